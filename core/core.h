@@ -1,0 +1,207 @@
+// Hypergraph core: the records shared by every stage and the runtime beneath them.
+//
+// Everything here is plain data and free procedures. Internal routines end in a double
+// underscore; arrays are malloc'ed through the checked allocators so that a failed allocation
+// names its purpose, and released through RVfree__, which nulls every pointer it frees.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+
+// ---------------------------------------------------------------------------------------------
+// Records
+// ---------------------------------------------------------------------------------------------
+
+// Bits of PartCtrl::dbglvl.
+enum : int {
+  DBG_COARSEN = 1,   // coarsening trace
+  DBG_INITPART = 2,  // initial bisection trace
+  DBG_REFINE = 4,    // refinement progress lines
+  DBG_BISECT = 8,    // one line before and after each bisection
+  DBG_RUNS = 16,     // one line per run
+  DBG_TIME = 32,     // timers
+  DBG_TRACE = 128,   // detailed run and V-cycle trace
+  DBG_MOVES = 256,   // one line per vertex move
+};
+
+// A (key, value) pair of 32-bit integers; the sorts compare only the key.
+struct KeyValue {
+  int key;
+  int val;
+};
+
+// One part touched by a hyperedge, in the hyperedge's k-way part list.
+struct NetKwayEntry {
+  int pid;    // the part
+  int npins;  // pins of the hyperedge in that part
+};
+
+// Per-hyperedge k-way record.
+struct NetKwayInfo {
+  int nnbrs;           // distinct parts touched (span)
+  NetKwayEntry *nbrs;  // nnbrs entries, inside HGraph::nrdata
+};
+
+// Gain entry of a vertex toward one other part.
+struct KwayDegree {
+  int pid;
+  int ewgt;
+  int pinbias;
+  int conngain;
+};
+
+// Per-vertex k-way record.
+struct CellKwayInfo {
+  int nnbrs;
+  int iwgt;
+  int solewgt;
+  KwayDegree *nbrs;  // inside HGraph::crdata
+};
+
+// One hypergraph: the caller's, a pruned copy, a coarsening level or a sub-hypergraph.
+struct HGraph {
+  int nvtxs;
+  int nislands;
+  int nhedges;
+  int lostwgt;
+  int isroot;
+  int nfixed;
+
+  int *incptr;
+  int *incind;
+  int *netptr;
+  int *netind;
+  int *islandmap;
+
+  int *cellwgt;
+  int *netwgt;
+  int *adjwgt;
+  float *edgewgt;
+
+  int *label;  // not owned by the release routines
+
+  int *cellmap;
+  int *netmap;
+  int *mptr;
+  int *mind;
+
+  HGraph *coarser;
+  HGraph *finer;
+  int level;
+
+  int *where;
+  int mincut;
+  int *gain;
+  int *ndeg[2];
+  int pwgts[2];
+
+  int kwayobj;
+  int soed;
+  NetKwayInfo *nrinfo;
+  CellKwayInfo *crinfo;
+  NetKwayEntry *nrdata;
+  KwayDegree *crdata;
+  int *kpwgts;
+};
+
+// The control record handed as first argument to every internal routine.
+struct PartCtrl {
+  int CoarsenTo;
+  int CType;
+  int RType;
+  int Nruns;
+  int MaxNetSize;
+  float UBfactor;
+  int Fixed;
+  int64_t Seed;
+  int dbglvl;
+  int Reconst;
+  int Vcycle;
+  int Nparts;
+  int HeavyCells;
+  int KwayRefine;
+  float TargetFrac;
+  int MaxCellWgt;
+
+  double TotalTmr, CoarsenTmr, RefTmr, InitRefTmr, IterTmr, WrapUpTmr, MultilevelTmr, InitPartTmr,
+      ProjectTmr, SpareTmr, UncoarsenTmr, AuxTmr1, AuxTmr2, AuxTmr3, AuxTmr4;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Hypergraph record
+// ---------------------------------------------------------------------------------------------
+
+HGraph *CreateHGraph__();
+void InitHGraph__(HGraph *graph);
+void FreeHGraph__(HGraph *graph);
+void FreeRootHGraph__(HGraph *graph);
+void CreateIncidentHGraph__(HGraph *graph);
+
+// ---------------------------------------------------------------------------------------------
+// Runtime support
+// ---------------------------------------------------------------------------------------------
+
+[[noreturn]] void errexit__(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+void *RVmalloc__(long long nbytes, const char *msg);
+int *imalloc__(long long n, const char *msg);
+int *ismalloc__(long long n, int value, const char *msg);
+float *fmalloc__(long long n, const char *msg);
+float *fsmalloc__(long long n, float value, const char *msg);
+
+// Frees every non-null pointer whose address is given and nulls it, so that releasing twice
+// is harmless.
+template <typename... T>
+void RVfree__(T **...ptrs) {
+  ((std::free(*ptrs), *ptrs = nullptr), ...);
+}
+
+#include <cstdio>
+FILE *RVfopen__(const char *path, const char *mode, const char *msg);
+void RVfclose__(FILE *fp);
+
+double seconds__();
+
+int *iset__(int n, int value, int *x);
+int *icopy__(int n, const int *src, int *dst);
+int iasum__(int n, const int *x);
+int iamax__(int n, const int *x);
+int iamin__(int n, const int *x);
+double *dcopy__(int n, const double *src, double *dst);
+float sasum__(int n, const float *x);
+double dasum__(int n, const double *x);
+double ddot__(int n, const double *x, const double *y);
+void daxpy__(int n, const double *x, double *y, double alpha);
+void dscal__(int n, double *x, double alpha);
+void dswap__(int n, double *x, double *y);
+double dnrm2__(int n, const double *x);
+
+// Timers: a measured stretch subtracts seconds__() at its start and adds it at its end, only
+// when dbglvl has the timer bit.
+inline void starttimer__(const PartCtrl *ctrl, double &tmr) {
+  if (ctrl->dbglvl & DBG_TIME) tmr -= seconds__();
+}
+inline void stoptimer__(const PartCtrl *ctrl, double &tmr) {
+  if (ctrl->dbglvl & DBG_TIME) tmr += seconds__();
+}
+void InitTimers__(PartCtrl *ctrl);
+void PrintTimers__(const PartCtrl *ctrl, int detail);
+
+// Randomness. Every random choice comes from the C library's rand(); a negative seed seeds
+// from the clock, which is read through ClockSeed__ so that a whole run can be made
+// reproducible by pinning the clock (SetClockOverride__).
+long long ClockSeed__();
+void SetClockOverride__(long long value);
+void ClearClockOverride__();
+void InitRandom__(int64_t seed);
+void RandomPermute__(int *p, int n, int flag);
+void RandomPermuteFine__(int *p, int n, int flag);
+
+// ---------------------------------------------------------------------------------------------
+// Sorting
+// ---------------------------------------------------------------------------------------------
+
+void iintsort__(int n, int *a);
+void ikeysort__(int n, KeyValue *pairs);
+void ikeysort2__(int n, KeyValue *pairs);
+void dkeysort__(int n, KeyValue *pairs);

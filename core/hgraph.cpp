@@ -1,0 +1,87 @@
+// The hypergraph record: creation, release and the vertex-to-hyperedge incidence builder.
+#include <cstring>
+
+#include "core/core.h"
+
+HGraph *CreateHGraph__() {
+  // Zero-filled first, so the fields that InitHGraph__ leaves alone read 0 or null.
+  auto *graph = static_cast<HGraph *>(RVmalloc__(sizeof(HGraph), "CreateCoarseHGraph: graph"));
+  std::memset(static_cast<void *>(graph), 0, sizeof(HGraph));
+  InitHGraph__(graph);
+  return graph;
+}
+
+void InitHGraph__(HGraph *graph) {
+  graph->nvtxs = -1;
+  graph->nislands = 0;
+  graph->nhedges = -1;
+  graph->lostwgt = 0;
+  graph->nfixed = -1;
+  graph->incptr = graph->incind = nullptr;
+  graph->netptr = graph->netind = nullptr;
+  graph->islandmap = nullptr;
+  graph->cellwgt = graph->netwgt = graph->adjwgt = nullptr;
+  graph->edgewgt = nullptr;
+  graph->cellmap = graph->netmap = graph->mptr = graph->mind = nullptr;
+  graph->coarser = graph->finer = nullptr;
+  graph->level = -1;
+  graph->where = graph->gain = nullptr;
+  graph->ndeg[0] = graph->ndeg[1] = nullptr;
+  graph->pwgts[0] = graph->pwgts[1] = -1;
+  graph->nrinfo = nullptr;
+  graph->crinfo = nullptr;
+  graph->nrdata = nullptr;
+  graph->crdata = nullptr;
+  graph->kpwgts = nullptr;
+}
+
+void FreeHGraph__(HGraph *graph) {
+  RVfree__(&graph->incptr, &graph->incind, &graph->netptr, &graph->netind, &graph->cellwgt,
+           &graph->netwgt, &graph->adjwgt, &graph->edgewgt, &graph->cellmap, &graph->netmap,
+           &graph->islandmap, &graph->mptr, &graph->mind, &graph->gain, &graph->ndeg[0],
+           &graph->ndeg[1], &graph->where, &graph->kpwgts, &graph->nrinfo, &graph->crinfo,
+           &graph->nrdata, &graph->crdata);
+  std::free(graph);
+}
+
+void FreeRootHGraph__(HGraph *graph) {
+  RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->gain,
+           &graph->ndeg[0], &graph->ndeg[1], &graph->islandmap, &graph->where, &graph->kpwgts,
+           &graph->nrinfo, &graph->crinfo, &graph->nrdata, &graph->crdata);
+}
+
+void CreateIncidentHGraph__(HGraph *graph) {
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
+  const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
+
+  int *incptr = ismalloc__(nvtxs + 1, 0, "CreateIncidentHGraph: incptr");
+  int *incind = imalloc__(netptr[nhedges], "CreateIncidentHGraph: graph->incind");
+  int *adjwgt = imalloc__(nvtxs, "CreateIncidentHGraph: adjwgt");
+  float *edgewgt = fmalloc__(nhedges, "CreateIncidentHGraph: graph->edgewgt");
+
+  // Counts land one slot ahead so that after the fill pass, which advances each start offset,
+  // incptr[v] is v's start again without a second shift.
+  for (int e = 0; e < nhedges; e++)
+    for (int j = netptr[e]; j < netptr[e + 1]; j++) incptr[netind[j] + 1]++;
+  for (int v = 1; v < nvtxs; v++) incptr[v] += incptr[v - 1];
+  for (int e = 0; e < nhedges; e++)
+    for (int j = netptr[e]; j < netptr[e + 1]; j++) incind[incptr[netind[j]]++] = e;
+  for (int v = nvtxs; v > 0; v--) incptr[v] = incptr[v - 1];
+  incptr[0] = 0;
+
+  for (int v = 0; v < nvtxs; v++) {
+    int sum = 0;
+    for (int j = incptr[v]; j < incptr[v + 1]; j++) sum += netwgt[incind[j]];
+    adjwgt[v] = sum;
+  }
+  // A single-pin hyperedge divides by zero and gets infinity (NaN for weight 0); kept as it is so
+  // that every later score sums exactly the same values.
+  for (int e = 0; e < nhedges; e++)
+    edgewgt[e] = static_cast<float>(static_cast<double>(netwgt[e]) /
+                                    (static_cast<double>(netptr[e + 1] - netptr[e]) - 1.0));
+
+  graph->incptr = incptr;
+  graph->incind = incind;
+  graph->adjwgt = adjwgt;
+  graph->edgewgt = edgewgt;
+}

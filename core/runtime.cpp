@@ -1,0 +1,175 @@
+// Runtime support: checked allocation, fatal exit, files, vector helpers, CPU time, timers.
+#include <sys/resource.h>
+
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+#include "core/core.h"
+
+void errexit__(const char *format, ...) {
+  va_list args;
+  va_start(args, format);
+  std::vfprintf(stderr, format, args);
+  va_end(args);
+  std::fprintf(stderr, "\n");
+  std::fflush(stderr);
+  // Fatal errors end the process with status 0 by design; flush what the run printed so far.
+  std::fflush(stdout);
+  std::exit(0);
+}
+
+void *RVmalloc__(long long nbytes, const char *msg) {
+  if (nbytes == 0) return nullptr;
+  void *ptr = nbytes > 0 ? std::malloc(static_cast<size_t>(nbytes)) : nullptr;
+  if (ptr == nullptr)
+    errexit__("Memory allocation failed for %s. Requested size: %lld bytes\n", msg, nbytes);
+  return ptr;
+}
+
+int *imalloc__(long long n, const char *msg) {
+  return static_cast<int *>(RVmalloc__(n * static_cast<long long>(sizeof(int)), msg));
+}
+
+int *ismalloc__(long long n, int value, const char *msg) {
+  int *x = imalloc__(n, msg);
+  for (long long i = 0; i < n; i++) x[i] = value;
+  return x;
+}
+
+float *fmalloc__(long long n, const char *msg) {
+  return static_cast<float *>(RVmalloc__(n * static_cast<long long>(sizeof(float)), msg));
+}
+
+float *fsmalloc__(long long n, float value, const char *msg) {
+  float *x = fmalloc__(n, msg);
+  for (long long i = 0; i < n; i++) x[i] = value;
+  return x;
+}
+
+FILE *RVfopen__(const char *path, const char *mode, const char *msg) {
+  FILE *fp = std::fopen(path, mode);
+  if (fp == nullptr) {
+    // The detailed text is composed but, as ever, only the description reaches the user.
+    char detail[256];
+    std::snprintf(detail, sizeof(detail), "file: %s, mode: %s, [%s]", path, mode, msg);
+    (void)detail;
+    std::perror(msg);
+    std::fflush(stdout);
+    std::exit(0);
+  }
+  return fp;
+}
+
+void RVfclose__(FILE *fp) {
+  std::fclose(fp);
+}
+
+double seconds__() {
+  rusage usage;
+  getrusage(RUSAGE_SELF, &usage);
+  double user = usage.ru_utime.tv_sec + 1.0e-6 * usage.ru_utime.tv_usec;
+  double sys = usage.ru_stime.tv_sec + 1.0e-6 * usage.ru_stime.tv_usec;
+  return user + sys;
+}
+
+int *iset__(int n, int value, int *x) {
+  for (int i = 0; i < n; i++) x[i] = value;
+  return x;
+}
+
+int *icopy__(int n, const int *src, int *dst) {
+  for (int i = 0; i < n; i++) dst[i] = src[i];
+  return dst;
+}
+
+int iasum__(int n, const int *x) {
+  int sum = 0;
+  for (int i = 0; i < n; i++) sum += x[i];
+  return sum;
+}
+
+int iamax__(int n, const int *x) {
+  int max = 0;
+  for (int i = 1; i < n; i++)
+    if (x[i] > x[max]) max = i;
+  return max;
+}
+
+int iamin__(int n, const int *x) {
+  int min = 0;
+  for (int i = 1; i < n; i++)
+    if (x[i] < x[min]) min = i;
+  return min;
+}
+
+double *dcopy__(int n, const double *src, double *dst) {
+  for (int i = 0; i < n; i++) dst[i] = src[i];
+  return dst;
+}
+
+float sasum__(int n, const float *x) {
+  float sum = 0;
+  for (int i = 0; i < n; i++) sum += x[i];
+  return sum;
+}
+
+double dasum__(int n, const double *x) {
+  double sum = 0;
+  for (int i = 0; i < n; i++) sum += x[i];
+  return sum;
+}
+
+double ddot__(int n, const double *x, const double *y) {
+  double sum = 0;
+  for (int i = 0; i < n; i++) sum += x[i] * y[i];
+  return sum;
+}
+
+void daxpy__(int n, const double *x, double *y, double alpha) {
+  for (int i = 0; i < n; i++) y[i] += alpha * x[i];
+}
+
+void dscal__(int n, double *x, double alpha) {
+  for (int i = 0; i < n; i++) x[i] *= alpha;
+}
+
+void dswap__(int n, double *x, double *y) {
+  for (int i = 0; i < n; i++) {
+    double tmp = x[i];
+    x[i] = y[i];
+    y[i] = tmp;
+  }
+}
+
+double dnrm2__(int n, const double *x) {
+  return std::sqrt(ddot__(n, x, x));
+}
+
+void InitTimers__(PartCtrl *ctrl) {
+  ctrl->TotalTmr = ctrl->CoarsenTmr = ctrl->RefTmr = ctrl->InitRefTmr = ctrl->IterTmr = 0.0;
+  ctrl->WrapUpTmr = ctrl->MultilevelTmr = ctrl->InitPartTmr = ctrl->ProjectTmr = 0.0;
+  ctrl->SpareTmr = ctrl->UncoarsenTmr = 0.0;
+  ctrl->AuxTmr1 = ctrl->AuxTmr2 = ctrl->AuxTmr3 = ctrl->AuxTmr4 = 0.0;
+}
+
+void PrintTimers__(const PartCtrl *ctrl, int detail) {
+  std::printf("\nTiming Information ---------------------------------------------------------");
+  std::printf("\n Multilevel: \t\t %7.3f", ctrl->MultilevelTmr);
+  std::printf("\n     Coarsening: \t\t %7.3f", ctrl->CoarsenTmr);
+  std::printf("\n     Initial Partition: \t %7.3f", ctrl->InitPartTmr);
+  std::printf("\n     Uncoarsening: \t\t %7.3f", ctrl->UncoarsenTmr);
+  std::printf("\n             Aux1: \t\t %7.3f", ctrl->AuxTmr1);
+  std::printf("\n             Aux2: \t\t %7.3f", ctrl->AuxTmr2);
+  std::printf("\n             Aux3: \t\t %7.3f", ctrl->AuxTmr3);
+  std::printf("\n             Aux4: \t\t %7.3f", ctrl->AuxTmr4);
+  if (detail) {
+    std::printf("\n        Refinement: \t\t\t %7.3f", ctrl->RefTmr);
+    std::printf("\n            Initialize: \t\t\t %7.3f", ctrl->InitRefTmr);
+    std::printf("\n            Iterate: \t\t\t\t %7.3f", ctrl->IterTmr);
+    std::printf("\n            Wrap Up: \t\t\t\t %7.3f", ctrl->WrapUpTmr);
+  }
+  std::printf("\n Total: \t\t %7.3f", ctrl->TotalTmr);
+  std::printf("\n----------------------------------------------------------------------------");
+}

@@ -1,0 +1,22 @@
+// K-way refinement and direct k-way partitioning.
+#pragma once
+
+#include "core/core.h"
+
+void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph);
+void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph);
+int ComputeKwayGainsSet__(HGraph *graph, int n, const int *list);
+int KwayUpdateGainInfo__(HGraph *graph, int v, int from, int to, int *marker, int *list);
+
+void RefineCutKway_Random__(PartCtrl *ctrl, HGraph *graph, int npasses);
+void RefineSOEDKway_Random__(PartCtrl *ctrl, HGraph *graph, int npasses);
+
+void ProjectKwayPartition__(PartCtrl *ctrl, HGraph *graph);
+void RefineKway__(PartCtrl *ctrl, HGraph *orggraph, HGraph *graph);
+int VCycleRefinementKway__(PartCtrl *ctrl, HGraph *graph, int nvcycles);
+
+// Direct k-way partitioning.
+int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part);
+void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph);
+float ComputeBalanceKway__(PartCtrl *ctrl, HGraph *graph, const int *part);
+int ComputeActualSOED__(HGraph *graph, const int *part);

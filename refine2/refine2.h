@@ -1,0 +1,26 @@
+// Two-way refinement: the bisection state of a hypergraph, the move-based refiners, balancing,
+// the level-by-level uncoarsening driver and the initial bisection.
+#pragma once
+
+#include "core/core.h"
+
+void AllocateRefinementMemory__(HGraph *graph);
+void ComputeInitGains__(HGraph *graph);
+int ComputeCut__(const HGraph *graph);
+void ProjectPartition__(PartCtrl *ctrl, HGraph *coarse);
+
+// Projects and refines from coarsest up to orggraph, leaving where and mincut on orggraph.
+void Refine__(PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest);
+
+void Refine_FM__(PartCtrl *ctrl, HGraph *graph, int npasses);
+void Refine_FM2__(PartCtrl *ctrl, HGraph *graph, int npasses);
+void Refine_EEFM__(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction);
+void Refine_EEFM2__(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction);
+void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses);
+void Balance__(PartCtrl *ctrl, HGraph *graph);
+
+void InitPartition__(PartCtrl *ctrl, HGraph *graph);
+void Random_FMPartition__(PartCtrl *ctrl, HGraph *graph);
+
+int CheckDegrees(HGraph *graph);
+float RelDiff__(int a, int b);
