@@ -1,4 +1,41 @@
-/* hypra: multilevel hypergraph partitioning library (public C interface). */
+/*
+ * hypra: multilevel hypergraph partitioning (public C interface).
+ *
+ * A hypergraph is passed in compressed form:
+ *   nvtxs, nhedges  number of vertices and of hyperedges;
+ *   vwgts           nvtxs vertex weights, or NULL for unit weights;
+ *   eptr, eind      the pins of hyperedge e are eind[eptr[e]] .. eind[eptr[e+1]-1]
+ *                   (0-based vertex numbers, eptr[0] = 0, eptr has nhedges+1 entries);
+ *   hewgts          nhedges hyperedge weights, or NULL for unit weights.
+ * The caller's arrays are never changed, apart from part and edgecut.
+ *
+ * The options vector has nine ints. options[0] = 0 selects the defaults for all others;
+ * otherwise they are taken as given (a NULL vector also selects the defaults):
+ *   options[1]  Nruns: multilevel runs per bisection, at least 1            (default 10)
+ *   options[2]  CType: coarsening scheme, 1 = HFC, 2 = FC, 3 = GFC,
+ *               4 = HEDGE, 5 = EDGE                                          (default 1)
+ *   options[3]  RType: refinement, 1 = FM, 2 = one-way FM then FM,
+ *               3 = early-exit FM                                            (default 1)
+ *   options[4]  Vcycle: 0 = none, 1 = on the best run(s) at the end,
+ *               2 = on every run that improves, 3 = on every run that is
+ *               close to the best                                           (default 1)
+ *   options[5]  Reconst: 1 keeps cut hyperedges, restricted to each side,
+ *               when a hypergraph is split for the next bisection            (default 0)
+ *   options[6]  Fixed: 1 when part holds pre-assigned vertices on entry      (default 0)
+ *   options[7]  Seed: random seed; negative seeds from the clock             (default -1)
+ *   options[8]  dbglvl: bit mask of diagnostic output on standard output:
+ *               1 coarsening, 2 initial bisection, 4 refinement passes,
+ *               8 one summary per bisection, 16 one line per run, 32 timers,
+ *               128 detailed trace, 256 every vertex move                    (default 0)
+ *
+ * Errors: these routines never return an error code. Invalid arguments (for example
+ * nparts < 2, a UBfactor outside 1..49, an option out of range, a pin outside 0..nvtxs-1, a
+ * fixed part outside -1..nparts-1) and exhausted memory print a message to standard error and
+ * END THE PROCESS with exit status 0. Validate untrusted input before calling.
+ *
+ * The library keeps process-wide state (the C library's random generator and the candidate
+ * lists of the coarsening): run one partitioning at a time per process.
+ */
 #ifndef HYPRA_H
 #define HYPRA_H
 
@@ -6,16 +43,37 @@
 extern "C" {
 #endif
 
-void HYPRA_PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
-                         const int *hewgts, int nparts, int ubfactor, const int *options, int *part,
-                         int *edgecut);
+/*
+ * Partitions the hypergraph into nparts parts by multilevel recursive bisection; for 3 to 64
+ * parts a k-way refinement then improves the whole partition.
+ *   nparts    number of parts, at least 2;
+ *   ubfactor  balance tolerance 1..49: each bisection's sides must each hold at least
+ *             (target share - ubfactor/100) of the weight (5 allows a 45-55 bisection);
+ *   options   see above;
+ *   part      nvtxs ints; receives the part (0..nparts-1) of every vertex. With options[6] = 1
+ *             it must hold on entry -1 for a free vertex or the part a vertex is fixed to;
+ *   edgecut   receives the weight of the cut hyperedges.
+ */
+void HYPRA_PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                         const int *eind, const int *hewgts, int nparts, int ubfactor,
+                         const int *options, int *part, int *edgecut);
 
+/* As HYPRA_PartRecursive, but never runs the final k-way refinement. */
 void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                                  const int *eind, const int *hewgts, int nparts, int ubfactor,
                                  const int *options, int *part, int *edgecut);
 
-void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
-                      const int *hewgts, int ubfactor, const int *options, int *part, int *edgecut);
+/*
+ * Improves a bisection the caller already has by 10 passes of FM refinement, whatever the
+ * options say about refinement (options[5] and options[6] are not read; the seed is not reset,
+ * so the random sequence continues).
+ *   ubfactor  balance tolerance (each side keeps at least (0.5 - ubfactor/100) of the weight);
+ *   part      nvtxs ints, 0 or 1 each: the bisection on entry, the refined bisection on return;
+ *   edgecut   receives its cut.
+ */
+void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                      const int *eind, const int *hewgts, int ubfactor, const int *options,
+                      int *part, int *edgecut);
 
 #ifdef __cplusplus
 }

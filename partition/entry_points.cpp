@@ -1,0 +1,171 @@
+// Public entry points: build the control record from the arguments and the options vector,
+// copy the caller's hypergraph, partition or refine it, and hand the result back.
+#include "core/core.h"
+#include "partition/hypra.h"
+#include "partition/partition.h"
+#include "refine2/refine2.h"
+
+namespace {
+
+constexpr int kRefinePasses = 10;
+
+// Fills the options-driven fields, with the defaults when options[0] is 0 (or no vector is
+// given). `with_split_options` is false for the two-way refiner, which ignores options 5 and 6.
+void ReadOptions(PartCtrl *ctrl, const int *options, bool with_split_options) {
+  ctrl->Nruns = 10;
+  ctrl->CType = 1;
+  ctrl->RType = 1;
+  ctrl->Vcycle = 1;
+  ctrl->Reconst = 0;
+  ctrl->Fixed = 0;
+  ctrl->Seed = -1;
+  ctrl->dbglvl = 0;
+  if (options == nullptr || options[0] == 0) return;
+  ctrl->Nruns = options[1];
+  ctrl->CType = options[2];
+  ctrl->RType = options[3];
+  ctrl->Vcycle = options[4];
+  if (with_split_options) {
+    ctrl->Reconst = options[5];
+    ctrl->Fixed = options[6];
+  }
+  ctrl->Seed = options[7];  // sign-extended
+  ctrl->dbglvl = options[8];
+}
+
+bool OutOfRange(int value, unsigned lo, unsigned hi) {
+  const auto u = static_cast<unsigned>(value);
+  return u < lo || u > hi;
+}
+
+void ValidateControl(const PartCtrl *ctrl, int nparts, int ubfactor) {
+  if (nparts < 2) errexit__("Nparts should be at least 2.\n");
+  if (ubfactor < 1 || ubfactor > 49) errexit__("UBfactor should be between 1 and 49.\n");
+  if (ctrl->Nruns < 1) errexit__("Nruns should be at least 1.\n");
+  if (OutOfRange(ctrl->CType, 1, 5)) errexit__("Ctype should be between 1 and 5.\n");
+  if (OutOfRange(ctrl->RType, 1, 3)) errexit__("Rtype should be between 1 and 3.\n");
+  if (OutOfRange(ctrl->Vcycle, 0, 3)) errexit__("Vcycle should be between 0 and 3.\n");
+  if (OutOfRange(ctrl->Reconst, 0, 1)) errexit__("Reconst should be between 0 and 1.\n");
+  if (OutOfRange(ctrl->Fixed, 0, 1)) errexit__("Fixed should be between 0 and 1.\n");
+}
+
+// The arrays are the caller's; anything that would make the engine read or write out of bounds
+// ends the run with a message instead.
+void ValidateHypergraph(int nvtxs, int nhedges, const int *eptr, const int *eind) {
+  if (nvtxs < 0) errexit__("HYPRA: the number of vertices is negative (%d).", nvtxs);
+  if (nhedges < 0) errexit__("HYPRA: the number of hyperedges is negative (%d).", nhedges);
+  if (eptr == nullptr) errexit__("HYPRA: the hyperedge offsets (eptr) are missing.");
+  if (eptr[0] != 0) errexit__("HYPRA: eptr[0] must be 0, not %d.", eptr[0]);
+  for (int e = 0; e < nhedges; e++)
+    if (eptr[e + 1] < eptr[e])
+      errexit__("HYPRA: eptr decreases at hyperedge %d (%d > %d).", e, eptr[e], eptr[e + 1]);
+  if (eptr[nhedges] > 0 && eind == nullptr) errexit__("HYPRA: the pins (eind) are missing.");
+  for (int j = 0; j < eptr[nhedges]; j++)
+    if (eind[j] < 0 || eind[j] >= nvtxs)
+      errexit__("HYPRA: pin %d names vertex %d, outside 0..%d.", j, eind[j], nvtxs - 1);
+}
+
+void ValidateParts(int nvtxs, const int *part, int lo, int hi, const char *what) {
+  if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
+  for (int v = 0; v < nvtxs; v++)
+    if (part[v] < lo || part[v] > hi)
+      errexit__("HYPRA: %s of vertex %d is %d, outside %d..%d.", what, v, part[v], lo, hi);
+}
+
+// Copies the caller's hypergraph into a fresh record; missing weights become unit weights.
+HGraph *CopyHypergraph(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
+                       const int *hewgts) {
+  HGraph *graph = CreateHGraph__();
+  graph->nvtxs = nvtxs;
+  graph->nhedges = nhedges;
+  graph->cellwgt = vwgts ? icopy__(nvtxs, vwgts, imalloc__(nvtxs, "HYPRA: graph->cellwgt"))
+                         : ismalloc__(nvtxs, 1, "HYPRA: graph->cellwgt");
+  graph->netwgt = hewgts ? icopy__(nhedges, hewgts, imalloc__(nhedges, "HYPRA: graph->netwgt"))
+                         : ismalloc__(nhedges, 1, "HYPRA: graph->netwgt");
+  graph->netptr = icopy__(nhedges + 1, eptr,
+                          imalloc__(static_cast<long long>(nhedges) + 1, "HYPRA: graph->netptr"));
+  graph->netind = icopy__(eptr[nhedges], eind, imalloc__(eptr[nhedges], "HYPRA: graph->netind"));
+  return graph;
+}
+
+void PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
+                   const int *hewgts, int nparts, int ubfactor, const int *options, int *part,
+                   int *edgecut, bool kway_refine) {
+  PartCtrl ctrl{};
+  ctrl.Nparts = nparts;
+  ctrl.UBfactor = static_cast<float>(ubfactor / 100.0);
+  ReadOptions(&ctrl, options, true);
+  ctrl.CoarsenTo = 100;
+  ctrl.MaxNetSize = 50;
+  ctrl.KwayRefine = kway_refine && nparts <= 64 ? 1 : 0;
+  ValidateControl(&ctrl, nparts, ubfactor);
+  ValidateHypergraph(nvtxs, nhedges, eptr, eind);
+  if (ctrl.Fixed) ValidateParts(nvtxs, part, -1, nparts - 1, "the fixed part");
+  if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
+
+  if (ctrl.dbglvl & DBG_TIME) {
+    InitTimers__(&ctrl);
+    starttimer__(&ctrl, ctrl.TotalTmr);
+  }
+  HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
+
+  starttimer__(&ctrl, ctrl.MultilevelTmr);
+  const int cut = MultilevelPartition__(&ctrl, graph, part);
+  if (edgecut) *edgecut = cut;
+  stoptimer__(&ctrl, ctrl.MultilevelTmr);
+  stoptimer__(&ctrl, ctrl.TotalTmr);
+  if (ctrl.dbglvl & DBG_TIME) PrintTimers__(&ctrl, 0);
+
+  FreeHGraph__(graph);
+}
+
+}  // namespace
+
+extern "C" void HYPRA_PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                                    const int *eind, const int *hewgts, int nparts, int ubfactor,
+                                    const int *options, int *part, int *edgecut) {
+  PartRecursive(nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part, edgecut,
+                true);
+}
+
+extern "C" void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *vwgts,
+                                            const int *eptr, const int *eind, const int *hewgts,
+                                            int nparts, int ubfactor, const int *options, int *part,
+                                            int *edgecut) {
+  PartRecursive(nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part, edgecut,
+                false);
+}
+
+extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                                 const int *eind, const int *hewgts, int ubfactor,
+                                 const int *options, int *part, int *edgecut) {
+  PartCtrl ctrl{};
+  ctrl.Nparts = 2;
+  ctrl.UBfactor = static_cast<float>(ubfactor / 100.0);
+  ctrl.TargetFrac = 0.5f;
+  ReadOptions(&ctrl, options, false);
+  ctrl.CoarsenTo = 100;
+  ctrl.MaxNetSize = 50;
+  ValidateHypergraph(nvtxs, nhedges, eptr, eind);
+  ValidateParts(nvtxs, part, 0, 1, "the side");
+
+  if (ctrl.dbglvl & DBG_TIME) {
+    InitTimers__(&ctrl);
+    starttimer__(&ctrl, ctrl.TotalTmr);
+  }
+  HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
+  graph->nfixed = 0;
+  CreateIncidentHGraph__(graph);
+  AllocateRefinementMemory__(graph);
+  icopy__(nvtxs, part, graph->where);
+
+  starttimer__(&ctrl, ctrl.MultilevelTmr);
+  Refine_FM__(&ctrl, graph, kRefinePasses);
+  stoptimer__(&ctrl, ctrl.MultilevelTmr);
+
+  icopy__(nvtxs, graph->where, part);
+  if (edgecut) *edgecut = graph->mincut;
+  stoptimer__(&ctrl, ctrl.TotalTmr);
+  if (ctrl.dbglvl & DBG_TIME) PrintTimers__(&ctrl, 0);
+  FreeHGraph__(graph);
+}

@@ -1,0 +1,217 @@
+// Recursive bisection: bisect with a weight target proportional to the parts each half will
+// hold, split into sub-hypergraphs, recurse depth-first (left before right), then polish the
+// whole partition with k-way refinement for up to 64 parts.
+#include <cstdio>
+
+#include "coarsen/coarsen.h"
+#include "kway/kway.h"
+#include "partition/partition.h"
+
+namespace {
+
+constexpr int kKwayPasses = 10;
+constexpr int kKwayVCycles = 10;
+
+// Hyperedge lists of one side while splitting, sized for the worst case.
+struct SideNets {
+  int nhedges = 0;
+  int *netptr = nullptr;
+  int *netind = nullptr;
+  int *netwgt = nullptr;
+
+  // Appends the pins of a hyperedge that lie on side `s`, renumbered, in their stored order.
+  void Append(const int *pins, int npins, int wgt, const int *rename, const int *bisection, int s) {
+    int k = netptr[nhedges];
+    for (int j = 0; j < npins; j++)
+      if (bisection[pins[j]] == s) netind[k++] = rename[pins[j]];
+    netwgt[nhedges++] = wgt;
+    netptr[nhedges] = k;
+  }
+};
+
+int *IdentityLabel(int nvtxs) {
+  int *label = imalloc__(nvtxs, "MultilevelPartition: label");
+  for (int v = 0; v < nvtxs; v++) label[v] = v;
+  return label;
+}
+
+// Improves the partition p of h as a whole, allowing no part to grow heavier (relative to the
+// average) than the recursion left the heaviest one.
+int RefineAfterRecursion(PartCtrl *ctrl, HGraph *h, int *p) {
+  const int oldRType = ctrl->RType;
+  ctrl->RType = 1;
+
+  int *kpwgts = ismalloc__(ctrl->Nparts, 0, "MultilevelPartition: kpwgts");
+  for (int v = 0; v < h->nvtxs; v++) kpwgts[p[v]] += h->cellwgt[v];
+  const int heaviest = kpwgts[iamax__(ctrl->Nparts, kpwgts)];
+  const int total = iasum__(ctrl->Nparts, kpwgts);
+  ctrl->UBfactor = static_cast<float>(static_cast<double>(ctrl->Nparts) * heaviest / total);
+
+  AllocateKwayRefinementMemory__(ctrl, h);
+  icopy__(h->nvtxs, p, h->where);
+  RefineCutKway_Random__(ctrl, h, kKwayPasses);
+  RVfree__(&h->nrinfo, &h->crinfo, &h->crdata, &h->nrdata, &h->kpwgts, &h->islandmap);
+  VCycleRefinementKway__(ctrl, h, kKwayVCycles);
+
+  icopy__(h->nvtxs, h->where, p);
+  const int cut = h->mincut;
+  ctrl->RType = oldRType;
+  RVfree__(&kpwgts);
+  return cut;
+}
+
+}  // namespace
+
+void SplitGraphPart__(PartCtrl *ctrl, HGraph *graph, const int *bisection, HGraph *lgraph,
+                      HGraph *rgraph) {
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
+  const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
+  HGraph *side_graph[2] = {lgraph, rgraph};
+
+  int *rename = imalloc__(nvtxs, "SplitGraphPart:rename");
+  int nside[2] = {0, 0};
+  for (int v = 0; v < nvtxs; v++) rename[v] = nside[bisection[v]]++;
+
+  static const char *const kPtrMsg[2] = {"SplitGraphPart: snetptr[0]",
+                                         "SplitGraphPart: snetptr[1]"};
+  static const char *const kIndMsg[2] = {"SplitGraphPart: snetind[0]",
+                                         "SplitGraphPart: snetind[1]"};
+  static const char *const kWgtMsg[2] = {"SplitGraphPart: snetwgt[0]",
+                                         "SplitGraphPart: snetwgt[1]"};
+  static const char *const kLabelMsg[2] = {"SplitGraphPart: slabel[0]",
+                                           "SplitGraphPart: slabel[1]"};
+  static const char *const kCellMsg[2] = {"SplitGraphPart: scellwgt[0]",
+                                          "SplitGraphPart: scellwgt[1]"};
+  SideNets side[2];
+  for (int s = 0; s < 2; s++) {
+    side[s].netptr = imalloc__(static_cast<long long>(nhedges) + 1, kPtrMsg[s]);
+    side[s].netind = imalloc__(netptr[nhedges], kIndMsg[s]);
+    side[s].netwgt = imalloc__(nhedges, kWgtMsg[s]);
+    side[s].netptr[0] = 0;
+    side_graph[s]->label = imalloc__(nside[s], kLabelMsg[s]);
+    side_graph[s]->cellwgt = imalloc__(nside[s], kCellMsg[s]);
+  }
+
+  for (int e = 0; e < nhedges; e++) {
+    const int *pins = netind + netptr[e];
+    const int npins = netptr[e + 1] - netptr[e];
+    int count[2] = {0, 0};
+    for (int j = 0; j < npins; j++) count[bisection[pins[j]]]++;
+
+    if (count[1] == 0 || count[0] == 0) {
+      // Uncut (a hyperedge without pins has none on side 1 and goes to side 0).
+      const int s = count[1] == 0 ? 0 : 1;
+      side[s].Append(pins, npins, netwgt[e], rename, bisection, s);
+    } else if (ctrl->Reconst == 1) {
+      // A cut hyperedge survives, restricted, on each side holding more than one of its pins.
+      for (int s = 0; s < 2; s++)
+        if (count[s] > 1) side[s].Append(pins, npins, netwgt[e], rename, bisection, s);
+    }
+  }
+
+  if (ctrl->Reconst == 1) {
+    for (int s = 0; s < 2; s++) {
+      SideNets merged;
+      CollapseSameHEdges__(side[s].nhedges, side[s].netptr, side[s].netind, side[s].netwgt,
+                           &merged.nhedges, &merged.netptr, &merged.netind, &merged.netwgt);
+      RVfree__(&side[s].netptr, &side[s].netind, &side[s].netwgt);
+      side[s] = merged;
+    }
+  }
+
+  for (int v = 0; v < nvtxs; v++) {
+    HGraph *g = side_graph[bisection[v]];
+    g->label[rename[v]] = graph->label[v];
+    g->cellwgt[rename[v]] = graph->cellwgt[v];
+  }
+
+  static const char *const kExactPtr[2] = {"SplitGraphPart: lgraph->netptr",
+                                           "SplitGraphPart: rgraph->netptr"};
+  static const char *const kExactInd[2] = {"SplitGraphPart: lgraph->netind",
+                                           "SplitGraphPart: rgraph->netind"};
+  static const char *const kExactWgt[2] = {"SplitGraphPart: lgraph->netwgt",
+                                           "SplitGraphPart: rgraph->netwgt"};
+  for (int s = 0; s < 2; s++) {
+    HGraph *g = side_graph[s];
+    const int m = side[s].nhedges;
+    const int npins = side[s].netptr[m];
+    g->netptr = icopy__(m + 1, side[s].netptr, imalloc__(m + 1, kExactPtr[s]));
+    g->netind = icopy__(npins, side[s].netind, imalloc__(npins, kExactInd[s]));
+    g->netwgt = icopy__(m, side[s].netwgt, imalloc__(m, kExactWgt[s]));
+    g->nvtxs = nside[s];
+    g->nhedges = m;
+    g->isroot = 0;
+    RVfree__(&side[s].netptr, &side[s].netind, &side[s].netwgt);
+  }
+
+  // The left side takes the first super-vertices, which keep their leading positions because
+  // renumbering preserves vertex order.
+  lgraph->nfixed = static_cast<int>(graph->nfixed * ctrl->TargetFrac + 0.4);
+  rgraph->nfixed = graph->nfixed - lgraph->nfixed;
+
+  RVfree__(&rename);
+}
+
+int MLRB__(PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset) {
+  const int nleft = nparts / 2;
+  ctrl->TargetFrac = static_cast<float>(static_cast<double>(nleft) / nparts);
+
+  int *bisection = imalloc__(graph->nvtxs, "MLRB: bisection");
+  const int cut = Hypergraph_Bisection__(ctrl, graph, bisection);
+  for (int i = 0; i < graph->nvtxs; i++) part[graph->label[i]] = offset + bisection[i];
+
+  HGraph *lgraph = nullptr, *rgraph = nullptr;
+  if (nparts > 2) {
+    lgraph = CreateHGraph__();
+    rgraph = CreateHGraph__();
+    SplitGraphPart__(ctrl, graph, bisection, lgraph, rgraph);
+  }
+
+  RVfree__(&bisection, &graph->label);
+  if (!graph->isroot) FreeHGraph__(graph);
+
+  if (nparts == 2) return cut;
+  if (nparts == 3) {
+    RVfree__(&lgraph->label);
+    FreeHGraph__(lgraph);
+    return cut + MLRB__(ctrl, rgraph, part, 2, offset + 1);
+  }
+  const int leftcut = MLRB__(ctrl, lgraph, part, nleft, offset);
+  const int rightcut = MLRB__(ctrl, rgraph, part, nparts - nleft, offset + nleft);
+  return cut + leftcut + rightcut;
+}
+
+int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
+  const bool kway = ctrl->Nparts > 2 && ctrl->KwayRefine;
+
+  if (!ctrl->Fixed) {
+    graph->isroot = 1;
+    graph->label = IdentityLabel(graph->nvtxs);
+    graph->nfixed = 0;
+    int cut = MLRB__(ctrl, graph, part, ctrl->Nparts, 0);
+    if (kway) cut = RefineAfterRecursion(ctrl, graph, part);
+    return cut;
+  }
+
+  int *orgpart = icopy__(graph->nvtxs, part, imalloc__(graph->nvtxs, "orgpart"));
+  CompressFixedCells__(ctrl, graph, part);
+  HGraph *cgraph = graph->coarser;
+  cgraph->finer = nullptr;
+  graph->coarser = nullptr;
+  cgraph->isroot = 1;
+  cgraph->label = IdentityLabel(cgraph->nvtxs);
+  int *fpart = imalloc__(cgraph->nvtxs, "MultilevelPartition: fpart");
+  cgraph->nfixed = ctrl->Nparts;
+
+  int cut = MLRB__(ctrl, cgraph, fpart, ctrl->Nparts, 0);
+  if (kway) cut = RefineAfterRecursion(ctrl, cgraph, fpart);
+
+  ProjectFixedCells__(ctrl, graph, part, fpart);
+  for (int i = 0; i < graph->nvtxs; i++)
+    if (orgpart[i] != -1 && part[i] != orgpart[i])
+      std::printf("Fixing failed: %d %d %d\n", i, orgpart[i], part[i]);
+
+  RVfree__(&fpart, &orgpart);
+  FreeHGraph__(cgraph);
+  return cut;
+}
