@@ -1,0 +1,201 @@
+// K-way refinement bookkeeping: per-hyperedge part lists and per-vertex move gains.
+#include <climits>
+
+#include "kway/kway.h"
+
+namespace {
+
+// Pins of e that lie in part p according to e's part list (0 when p is absent).
+int PinsInPart(const NetKwayInfo &net, int p) {
+  for (int j = 0; j < net.nnbrs; j++)
+    if (net.nbrs[j].pid == p) return net.nbrs[j].npins;
+  return 0;
+}
+
+// Recomputes the record of vertex v from the hyperedge part lists and where.
+void ComputeVertexGains(HGraph *graph, int v) {
+  const int *incptr = graph->incptr, *incind = graph->incind, *netwgt = graph->netwgt;
+  const NetKwayInfo *nrinfo = graph->nrinfo;
+  CellKwayInfo &r = graph->crinfo[v];
+  const int p = graph->where[v];
+
+  r.iwgt = r.solewgt = r.nnbrs = 0;
+  for (int i = incptr[v]; i < incptr[v + 1]; i++) {
+    const int e = incind[i];
+    const int w = netwgt[e];
+    const NetKwayInfo &net = nrinfo[e];
+    if (net.nnbrs == 1) {
+      r.iwgt += w;
+      continue;
+    }
+    const int c = PinsInPart(net, p);
+    if (c == 1) r.solewgt += w;
+    for (int j = 0; j < net.nnbrs; j++) {
+      const int q = net.nbrs[j].pid;
+      if (q == p) continue;
+      const int cq = net.nbrs[j].npins;
+      const int sign = c > cq ? -1 : (c == cq ? 0 : 1);
+      int k = 0;
+      while (k < r.nnbrs && r.nbrs[k].pid != q) k++;
+      KwayDegree &d = r.nbrs[k];
+      if (k == r.nnbrs) {
+        d.pid = q;
+        d.ewgt = 0;
+        d.conngain = w;
+        d.pinbias = sign;
+        r.nnbrs++;
+      } else {
+        d.conngain += w;
+        d.pinbias += sign;
+      }
+      if (c == 1 && net.nnbrs == 2) d.ewgt += w;
+    }
+  }
+  const int base = r.solewgt - graph->adjwgt[v];
+  for (int k = 0; k < r.nnbrs; k++) r.nbrs[k].conngain += base;
+}
+
+// Takes one pin of e out of part from and puts it into part to.
+void MovePinBetweenParts(NetKwayInfo &net, int e, int from, int to, int *fromleft, int *toafter) {
+  int j = 0;
+  while (j < net.nnbrs && net.nbrs[j].pid != from) j++;
+  if (j == net.nnbrs)
+    errexit__("KwayUpdateGainInfo: hyperedge %d has no pin in part %d; the part lists are stale", e,
+              from);
+  *fromleft = --net.nbrs[j].npins;
+  if (*fromleft == 0) {
+    // Order within the list is not kept: the last entry fills the hole.
+    net.nbrs[j] = net.nbrs[net.nnbrs - 1];
+    net.nnbrs--;
+    if (net.nnbrs == 0) {
+      net.nbrs[0].pid = to;
+      net.nbrs[0].npins = 1;
+      net.nnbrs = 1;
+      *toafter = 1;
+      return;
+    }
+  }
+  int k = 0;
+  while (k < net.nnbrs && net.nbrs[k].pid != to) k++;
+  if (k == net.nnbrs) {
+    net.nbrs[k].pid = to;
+    net.nbrs[k].npins = 0;
+    net.nnbrs++;
+  }
+  *toafter = ++net.nbrs[k].npins;
+}
+
+}  // namespace
+
+void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges, nparts = ctrl->Nparts;
+  if (nvtxs < 0 || nhedges < 0 || graph->nislands < 0)
+    errexit__(
+        "AllocateKwayRefinementMemory: hypergraph has negative sizes (%d vertices, %d "
+        "hyperedges)",
+        nvtxs, nhedges);
+  if (nparts < 1) errexit__("AllocateKwayRefinementMemory: number of parts %d is below 1", nparts);
+  // The vertex pool holds nvtxs x Nparts entries counted in an int; refuse a product that does
+  // not fit rather than allocate a wrapped size.
+  if (nvtxs > INT_MAX / nparts)
+    errexit__(
+        "AllocateKwayRefinementMemory: %d vertices x %d parts exceeds the largest entry "
+        "pool (%d entries)",
+        nvtxs, nparts, INT_MAX);
+  const int npins = (nhedges > 0 && graph->netptr != nullptr) ? graph->netptr[nhedges] : 0;
+
+  RVfree__(&graph->where);
+  graph->where =
+      imalloc__(static_cast<long long>(nvtxs) + graph->nislands, "AllocateRefinementMemory: where");
+  graph->kpwgts = ismalloc__(nparts, 0, "AllocateKwayRefinementMemory: kpwgts");
+  graph->nrinfo =
+      static_cast<NetKwayInfo *>(RVmalloc__(static_cast<long long>(nhedges) * sizeof(NetKwayInfo),
+                                            "AllocateKwayRefinementMemory: nrinfo"));
+  graph->crinfo =
+      static_cast<CellKwayInfo *>(RVmalloc__(static_cast<long long>(nvtxs) * sizeof(CellKwayInfo),
+                                             "AllocateKwayRefinementMemory: crinfo"));
+  graph->nrdata =
+      static_cast<NetKwayEntry *>(RVmalloc__(static_cast<long long>(npins) * sizeof(NetKwayEntry),
+                                             "AllocateKwayRefinementMemory: nrdata"));
+  graph->crdata = static_cast<KwayDegree *>(
+      RVmalloc__(static_cast<long long>(nvtxs * nparts) * sizeof(KwayDegree),
+                 "AllocateKwayRefinementMemory: crdata"));
+
+  for (int e = 0; e < nhedges; e++) {
+    graph->nrinfo[e].nnbrs = 0;
+    graph->nrinfo[e].nbrs = graph->nrdata + graph->netptr[e];
+  }
+  for (int v = 0; v < nvtxs; v++) graph->crinfo[v].nbrs = graph->crdata + v * nparts;
+}
+
+void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph) {
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges, nparts = ctrl->Nparts;
+  const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
+  const int *where = graph->where;
+
+  // A part number outside 0..Nparts-1 would index past kpwgts and the entry pools.
+  for (int v = 0; v < nvtxs; v++)
+    if (where[v] < 0 || where[v] >= nparts)
+      errexit__("ComputeInitKwayGains: vertex %d is in part %d, outside 0..%d", v, where[v],
+                nparts - 1);
+
+  iset__(nparts, 0, graph->kpwgts);
+  graph->mincut = graph->soed = 0;
+
+  for (int e = 0; e < nhedges; e++) {
+    NetKwayInfo &net = graph->nrinfo[e];
+    net.nnbrs = 0;
+    for (int i = netptr[e]; i < netptr[e + 1]; i++) {
+      const int p = where[netind[i]];
+      int j = 0;
+      while (j < net.nnbrs && net.nbrs[j].pid != p) j++;
+      if (j == net.nnbrs) {
+        net.nbrs[j].pid = p;
+        net.nbrs[j].npins = 1;
+        net.nnbrs++;
+      } else {
+        net.nbrs[j].npins++;
+      }
+    }
+    if (net.nnbrs > 1) {
+      graph->mincut += netwgt[e];
+      graph->soed += net.nnbrs * netwgt[e];
+    }
+  }
+
+  for (int v = 0; v < nvtxs; v++) {
+    graph->kpwgts[where[v]] += graph->cellwgt[v];
+    ComputeVertexGains(graph, v);
+  }
+}
+
+int ComputeKwayGainsSet__(HGraph *graph, int n, const int *list) {
+  for (int i = 0; i < n; i++) ComputeVertexGains(graph, list[i]);
+  return n;
+}
+
+int KwayUpdateGainInfo__(HGraph *graph, int v, int from, int to, int *marker, int *list) {
+  const int *incptr = graph->incptr, *incind = graph->incind;
+  const int *netptr = graph->netptr, *netind = graph->netind;
+
+  marker[v] = v;
+  list[0] = v;
+  int count = 1;
+
+  for (int i = incptr[v]; i < incptr[v + 1]; i++) {
+    const int e = incind[i];
+    int fromleft, toafter;
+    MovePinBetweenParts(graph->nrinfo[e], e, from, to, &fromleft, &toafter);
+    // With two pins still in from and three now in to, no pin's tested fields can have changed.
+    if (fromleft >= 2 && toafter >= 3) continue;
+    for (int j = netptr[e]; j < netptr[e + 1]; j++) {
+      const int u = netind[j];
+      if (marker[u] != v) {
+        marker[u] = v;
+        list[count++] = u;
+      }
+    }
+  }
+
+  return ComputeKwayGainsSet__(graph, count, list);
+}

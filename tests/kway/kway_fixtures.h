@@ -1,0 +1,128 @@
+// Small in-memory hypergraphs and independent recomputations for the k-way tests.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/core.h"
+#include "kway/kway.h"
+
+namespace kwaytest {
+
+// Builds a hypergraph with incidence arrays from pin lists (unit weights unless given).
+inline HGraph *MakeGraph(int nvtxs, const std::vector<std::vector<int>> &nets,
+                         const std::vector<int> &netwgts = {},
+                         const std::vector<int> &cellwgts = {}) {
+  HGraph *g = CreateHGraph__();
+  g->nvtxs = nvtxs;
+  g->nhedges = static_cast<int>(nets.size());
+  g->nfixed = 0;
+  int npins = 0;
+  for (auto &n : nets) npins += static_cast<int>(n.size());
+  g->netptr = imalloc__(g->nhedges + 1, "test: netptr");
+  g->netind = imalloc__(npins, "test: netind");
+  g->netwgt = imalloc__(g->nhedges, "test: netwgt");
+  g->cellwgt = imalloc__(nvtxs, "test: cellwgt");
+  int k = 0;
+  g->netptr[0] = 0;
+  for (int e = 0; e < g->nhedges; e++) {
+    for (int v : nets[e]) g->netind[k++] = v;
+    g->netptr[e + 1] = k;
+    g->netwgt[e] = netwgts.empty() ? 1 : netwgts[e];
+  }
+  for (int v = 0; v < nvtxs; v++) g->cellwgt[v] = cellwgts.empty() ? 1 : cellwgts[v];
+  CreateIncidentHGraph__(g);
+  return g;
+}
+
+inline PartCtrl MakeCtrl(int nparts, float ubfactor) {
+  PartCtrl ctrl{};
+  ctrl.Nparts = nparts;
+  ctrl.UBfactor = ubfactor;
+  ctrl.CoarsenTo = 100;
+  ctrl.MaxNetSize = 50;
+  ctrl.RType = 1;
+  return ctrl;
+}
+
+// Allocates the k-way arrays and copies the given partition into where.
+inline void SetPartition(PartCtrl *ctrl, HGraph *g, const std::vector<int> &where) {
+  AllocateKwayRefinementMemory__(ctrl, g);
+  for (int v = 0; v < g->nvtxs; v++) g->where[v] = where[v];
+}
+
+// Cut and sum of external degrees recomputed from where alone.
+inline std::pair<int, int> CutAndSoed(const HGraph *g) {
+  int cut = 0, soed = 0;
+  for (int e = 0; e < g->nhedges; e++) {
+    std::map<int, int> parts;
+    for (int i = g->netptr[e]; i < g->netptr[e + 1]; i++) parts[g->where[g->netind[i]]]++;
+    if (parts.size() > 1) {
+      cut += g->netwgt[e];
+      soed += static_cast<int>(parts.size()) * g->netwgt[e];
+    }
+  }
+  return {cut, soed};
+}
+
+inline std::vector<int> PartWeights(const HGraph *g, int nparts) {
+  std::vector<int> w(nparts, 0);
+  for (int v = 0; v < g->nvtxs; v++) w[g->where[v]] += g->cellwgt[v];
+  return w;
+}
+
+// The entry of v's record for part q, or null.
+inline const KwayDegree *EntryFor(const HGraph *g, int v, int q) {
+  const CellKwayInfo &r = g->crinfo[v];
+  for (int k = 0; k < r.nnbrs; k++)
+    if (r.nbrs[k].pid == q) return &r.nbrs[k];
+  return nullptr;
+}
+
+// Pins of hyperedge e per part, from its k-way part list.
+inline std::map<int, int> NetParts(const HGraph *g, int e) {
+  std::map<int, int> m;
+  for (int j = 0; j < g->nrinfo[e].nnbrs; j++)
+    m[g->nrinfo[e].nbrs[j].pid] = g->nrinfo[e].nbrs[j].npins;
+  return m;
+}
+
+// Reads a benchmark hypergraph (unweighted or with vertex weights); drops repeated pins and
+// hyperedges left with fewer than two pins, whose tracked gains are known to drift.
+inline HGraph *ReadBench(const std::string &path) {
+  FILE *fp = std::fopen(path.c_str(), "r");
+  if (fp == nullptr) return nullptr;
+  char line[1 << 16];
+  int nhedges = 0, nvtxs = 0, fmt = 0;
+  while (std::fgets(line, sizeof line, fp) && line[0] == '%') {
+  }
+  std::sscanf(line, "%d %d %d", &nhedges, &nvtxs, &fmt);
+  std::vector<std::vector<int>> nets;
+  std::vector<int> mark(nvtxs, -1);
+  for (int e = 0; e < nhedges && std::fgets(line, sizeof line, fp);) {
+    if (line[0] == '%') continue;
+    std::vector<int> pins;
+    char *p = line, *end;
+    for (long x = std::strtol(p, &end, 10); end != p; x = std::strtol(p, &end, 10)) {
+      p = end;
+      if (x >= 1 && x <= nvtxs && mark[x - 1] != e) {
+        mark[x - 1] = e;
+        pins.push_back(static_cast<int>(x - 1));
+      }
+    }
+    if (pins.size() >= 2) nets.push_back(pins);
+    e++;
+  }
+  std::vector<int> cw(nvtxs, 1);
+  if (fmt % 100 >= 10)
+    for (int v = 0; v < nvtxs && std::fgets(line, sizeof line, fp);)
+      if (line[0] != '%') cw[v++] = std::atoi(line);
+  std::fclose(fp);
+  return MakeGraph(nvtxs, nets, {}, cw);
+}
+
+}  // namespace kwaytest
