@@ -102,3 +102,35 @@ inline void FreeChain(HGraph *g) {
 }
 
 }  // namespace testgraphs
+
+namespace testgraphs {
+
+// A random hypergraph of n vertices and m hyperedges of 2 .. maxsize distinct pins, weights 1 .. 3
+// for hyperedges and 1 .. 2 for vertices; a private generator leaves rand() alone.
+inline HGraph *Random(int n, int m, int maxsize, unsigned seed) {
+  unsigned x = seed * 2654435761u + 1;
+  auto next = [&](int bound) {
+    x = x * 1664525u + 1013904223u;
+    return static_cast<int>((x >> 8) % static_cast<unsigned>(bound));
+  };
+  std::vector<std::vector<int>> nets;
+  std::vector<int> netwgt, cellwgt;
+  for (int e = 0; e < m; e++) {
+    const int size = 2 + next(maxsize - 1);
+    std::vector<int> pins;
+    // Mostly local pins so that coarsening finds structure; a few long-range ones.
+    const int base = next(n);
+    while (static_cast<int>(pins.size()) < size) {
+      const int v = next(4) == 0 ? next(n) : (base + next(20)) % n;
+      bool dup = false;
+      for (int u : pins) dup = dup || u == v;
+      if (!dup) pins.push_back(v);
+    }
+    nets.push_back(pins);
+    netwgt.push_back(1 + next(3));
+  }
+  for (int v = 0; v < n; v++) cellwgt.push_back(1 + next(2));
+  return Make(n, nets, netwgt, cellwgt);
+}
+
+}  // namespace testgraphs

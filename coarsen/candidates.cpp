@@ -1,0 +1,178 @@
+// Candidate search around one vertex: scores are float sums of edgewgt over the shared
+// hyperedges, accumulated in order of discovery, with a per-routine candidate test, hyperedge
+// filter and tie rule.
+#include <vector>
+
+#include "coarsen/grouping.h"
+
+namespace {
+
+// Candidate lists, one set per module of routines. They start at the customary 10000 entries and
+// grow when a neighbourhood is larger, so results never depend on the capacity.
+struct CandScratch {
+  std::vector<int> cand;
+  std::vector<float> cwgt;
+  int ncand = 0;
+
+  void Append(int u, float w) {
+    if (ncand == static_cast<int>(cand.size())) {
+      const size_t size = cand.empty() ? 10000 : 2 * cand.size();
+      cand.resize(size);
+      cwgt.resize(size);
+    }
+    cand[ncand] = u;
+    cwgt[ncand] = w;
+    ncand++;
+  }
+};
+
+CandScratch gScratch;            // FindCell__, FindCellStar__, ComputeAllWeights__
+CandScratch gRestrictedScratch;  // CFindCell__, CFindCellStar__
+
+struct Incidence {
+  const int *incptr, *incind, *netptr, *netind, *cellwgt;
+  const float *edgewgt;
+};
+
+// Scans v's hyperedges accepted by useNet and their pins accepted by qualifies, then picks the
+// best score; on an exact tie replaces(best, i) decides. Returns the index in s.cand or -1.
+template <typename UseNet, typename Qualifies, typename Replaces>
+int Scan(int v, const Incidence &g, int *htable, CandScratch &s, UseNet useNet, Qualifies qualifies,
+         Replaces replaces) {
+  s.ncand = 0;
+  if (g.incptr[v + 1] == g.incptr[v]) return -1;
+  for (int j = g.incptr[v]; j < g.incptr[v + 1]; j++) {
+    const int h = g.incind[j];
+    if (!useNet(h)) continue;
+    for (int t = g.netptr[h]; t < g.netptr[h + 1]; t++) {
+      const int u = g.netind[t];
+      if (u == v || !qualifies(u)) continue;
+      if (htable[u] != -1) {
+        s.cwgt[htable[u]] += g.edgewgt[h];
+      } else {
+        htable[u] = s.ncand;
+        s.Append(u, g.edgewgt[h]);
+      }
+    }
+  }
+  if (s.ncand == 0) return -1;
+  int best = 0;
+  htable[s.cand[0]] = -1;
+  for (int i = 1; i < s.ncand; i++) {
+    htable[s.cand[i]] = -1;
+    if (s.cwgt[i] > s.cwgt[best])
+      best = i;
+    else if (s.cwgt[i] == s.cwgt[best] && replaces(best, i))
+      best = i;
+  }
+  return best;
+}
+
+// The capacity left to v, wide enough that no weight can overflow it.
+long long Room(const PartCtrl *ctrl, const int *cellwgt, int v) {
+  return static_cast<long long>(ctrl->MaxCellWgt) - cellwgt[v];
+}
+
+// Pairing: ungrouped candidates that fit; the strictly lighter wins a tie.
+template <typename UseNet, typename Extra>
+int PairCandidate(PartCtrl *ctrl, int v, const Incidence &g, const int *cellmap, int *htable,
+                  CandScratch &s, UseNet useNet, Extra extra) {
+  const long long room = Room(ctrl, g.cellwgt, v);
+  const int *cellwgt = g.cellwgt;
+  const int best = Scan(
+      v, g, htable, s, useNet,
+      [&](int u) { return cellmap[u] == -1 && cellwgt[u] <= room && extra(u); },
+      [&](int b, int i) { return cellwgt[s.cand[b]] > cellwgt[s.cand[i]]; });
+  return best == -1 ? -1 : s.cand[best];
+}
+
+// Stars: candidates whose own weight and group weight fit; on a tie an already grouped best
+// gives way to the later candidate.
+template <typename UseNet, typename Extra>
+int StarCandidate(PartCtrl *ctrl, int v, const Incidence &g, const int *cellmap, int *htable,
+                  const int *gwgts, CandScratch &s, UseNet useNet, Extra extra) {
+  const long long room = Room(ctrl, g.cellwgt, v);
+  const int *cellwgt = g.cellwgt;
+  const int best = Scan(
+      v, g, htable, s, useNet,
+      [&](int u) { return cellwgt[u] <= room && gwgts[cellmap[u]] <= room && extra(u); },
+      [&](int b, int) { return cellmap[s.cand[b]] != -1; });
+  return best == -1 ? -1 : s.cand[best];
+}
+
+auto AllNets() {
+  return [](int) { return true; };
+}
+auto NoExtra() {
+  return [](int) { return true; };
+}
+
+// The restricted routines look only at hyperedges of 1 to MaxNetSize pins.
+auto SmallNets(const PartCtrl *ctrl, const int *netptr) {
+  return [=](int h) {
+    const int size = netptr[h + 1] - netptr[h];
+    return size >= 1 && size <= ctrl->MaxNetSize;
+  };
+}
+
+auto SamePart(const int *where, int v) {
+  return [=](int u) { return where[u] == where[v]; };
+}
+
+}  // namespace
+
+int FindCell__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
+               const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
+               int *htable) {
+  const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
+  return PairCandidate(ctrl, v, g, cellmap, htable, gScratch, AllNets(), NoExtra());
+}
+
+int FindCellStar__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
+                   const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
+                   int *htable, const int *gwgts) {
+  const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
+  return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, gScratch, AllNets(), NoExtra());
+}
+
+int CFindCell__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
+                const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
+                const int *where, int *htable) {
+  const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
+  return PairCandidate(ctrl, v, g, cellmap, htable, gRestrictedScratch, SmallNets(ctrl, netptr),
+                       SamePart(where, v));
+}
+
+int CFindCellStar__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
+                    const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
+                    const int *where, int *htable, const int *gwgts) {
+  const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
+  return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, gRestrictedScratch,
+                       SmallNets(ctrl, netptr), SamePart(where, v));
+}
+
+int ComputeAllWeights__(PartCtrl *ctrl, HGraph *graph, int *keys, int *htable) {
+  const Incidence g{graph->incptr, graph->incind,  graph->netptr,
+                    graph->netind, graph->cellwgt, graph->edgewgt};
+  const float *edgewgt = graph->edgewgt;
+  const int *cellwgt = graph->cellwgt;
+  CandScratch &s = gScratch;
+  int maxkey = 0;
+  for (int v = 0; v < graph->nvtxs; v++) {
+    const long long room = Room(ctrl, cellwgt, v);
+    const int best = Scan(
+        v, g, htable, s, [&](int h) { return static_cast<double>(edgewgt[h]) >= 0.1; },
+        [&](int u) { return cellwgt[u] <= room; },
+        [&](int b, int i) { return cellwgt[s.cand[b]] > cellwgt[s.cand[i]]; });
+    keys[v] = -1;
+    if (best != -1) {
+      // Scores here are at least 0.1 (only hyperedges of edgewgt >= 0.1 count), so the key
+      // stays within 0 .. 1000.
+      keys[v] = static_cast<int>(100.0 / static_cast<double>(s.cwgt[best]));
+      if (keys[v] > maxkey) maxkey = keys[v];
+    }
+  }
+  for (int v = 0; v < graph->nvtxs; v++)
+    if (keys[v] == -1) keys[v] = maxkey + 1;
+  return maxkey + 1;
+}

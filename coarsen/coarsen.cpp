@@ -1,0 +1,194 @@
+// Coarsening drivers: repeated grouping steps until the hypergraph is small enough or stalls,
+// with and without a partition that every level must keep representable.
+#include "coarsen/coarsen.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "coarsen/grouping.h"
+
+namespace {
+
+// Scratch lent to every grouping step, sized once for the first (largest) level.
+struct Scratch {
+  int *htable;
+  int *perm;
+  KeyValue *vpairs;
+};
+
+Scratch AllocateScratch(const HGraph *graph) {
+  const int n = std::max({graph->nvtxs, graph->nhedges, 0});
+  Scratch s;
+  s.htable = ismalloc__(2LL * n, -1, "Coarsen: htable");
+  s.perm = imalloc__(n, "Coarsen: perm");
+  s.vpairs = static_cast<KeyValue *>(RVmalloc__(sizeof(KeyValue) * n, "Coarsen: vpairs"));
+  return s;
+}
+
+void FreeScratch(Scratch &s) {
+  RVfree__(&s.htable, &s.perm, &s.vpairs);
+}
+
+void PrintLevel(const HGraph *graph) {
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
+  const int netsum = iasum__(nhedges, graph->netwgt);
+  const double dv = nvtxs, dh = nhedges;
+  std::printf("[%6d %6d %6.2f %6.2f %6.2f %6.2f, %6d %6d %6d %6.2f]\n", nvtxs, nhedges,
+              graph->incptr[nvtxs] / dv, graph->netptr[nhedges] / dh, dh / dv,
+              NumOfLargeNets__(nhedges, graph->netptr) / dv, netsum, graph->lostwgt,
+              netsum + graph->lostwgt, netsum / dv);
+}
+
+void PrintSlowProgress(int nvtxs) {
+  std::printf("\nSlow progress in coarsening. Aborted at %d nodes\n", nvtxs);
+  std::printf("\n");
+}
+
+// Runs the scheme that CType selects for the current level.
+void GroupLevel(PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool slow) {
+  switch (ctrl->CType) {
+    case 1:
+      // Connection strength for the first four levels built, degree from then on.
+      Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, built < 4 ? 1 : 0);
+      break;
+    case 2:
+      Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, 0);
+      break;
+    case 3:
+      Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, 1);
+      break;
+    case 4:
+      if (slow)
+        Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+      else
+        Match_Hedges_PHedges_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+      break;
+    case 5:
+      Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+      break;
+    case 6:
+      if (slow)
+        Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+      else
+        Match_Hedges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+      break;
+    case 7:
+      if (slow)
+        Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+      else
+        Match_Hedges_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+      break;
+    default:
+      errexit__("Unknown matching type! %d\n", ctrl->CType);
+  }
+}
+
+// Builds one coarser level from current and gives it its number; returns it.
+template <typename Step>
+HGraph *NextLevel(PartCtrl *ctrl, HGraph *current, int built, Step step) {
+  SeparateIslands__(current);
+  step(current);
+  HGraph *coarser = current->coarser;
+  coarser->level = built;
+  if (ctrl->dbglvl & DBG_COARSEN) PrintLevel(coarser);
+  return coarser;
+}
+
+const char kLongRule[] = "----------------------------------------------------------\n";
+const char kShortRule[] = "-----------------------------------\n";
+
+}  // namespace
+
+bool CoarseningProgress__(int c, int f, float ratio) {
+  return !(static_cast<float>(c) > ratio * static_cast<float>(f)) && c != f;
+}
+
+int NumOfLargeNets__(int nhedges, const int *netptr) {
+  int count = 0;
+  for (int e = 0; e < nhedges; e++)
+    if (netptr[e + 1] - netptr[e] >= 4) count++;
+  return count;
+}
+
+HGraph *Coarsen__(PartCtrl *ctrl, HGraph *graph) {
+  starttimer__(ctrl, ctrl->CoarsenTmr);
+  Scratch s = AllocateScratch(graph);
+  graph->level = 0;
+  if (ctrl->dbglvl & DBG_COARSEN) {
+    std::printf("%s", kLongRule);
+    PrintLevel(graph);
+  }
+
+  HGraph *current = graph;
+  int built = 0;
+  bool slow = false;
+  float ratio = 0.8f;
+  while (ctrl->CoarsenTo < current->nvtxs) {
+    current = NextLevel(ctrl, current, built + 1, [&](HGraph *level) {
+      starttimer__(ctrl, ctrl->AuxTmr1);
+      GroupLevel(ctrl, level, s, built, slow);
+      stoptimer__(ctrl, ctrl->AuxTmr1);
+    });
+    built++;
+    if (CoarseningProgress__(current->nvtxs, current->finer->nvtxs, ratio)) continue;
+    if (slow || ctrl->CType == 5) {
+      if (ctrl->dbglvl & DBG_COARSEN) PrintSlowProgress(current->nvtxs);
+      FreeScratch(s);
+      stoptimer__(ctrl, ctrl->CoarsenTmr);
+      return current;
+    }
+    if (ctrl->dbglvl & DBG_COARSEN) std::printf("%s", kShortRule);
+    ratio = static_cast<float>(ratio * 1.075);
+    slow = true;
+  }
+
+  if (ctrl->dbglvl & DBG_COARSEN) std::printf("\n");
+  FreeScratch(s);
+  stoptimer__(ctrl, ctrl->CoarsenTmr);
+  return current;
+}
+
+HGraph *CCoarsen__(PartCtrl *ctrl, HGraph *graph) {
+  starttimer__(ctrl, ctrl->CoarsenTmr);
+  Scratch s = AllocateScratch(graph);
+  graph->level = 0;
+  if (ctrl->dbglvl & DBG_COARSEN) {
+    std::printf("%s", kLongRule);
+    PrintLevel(graph);
+  }
+
+  HGraph *current = graph;
+  int built = 0;
+  while (ctrl->CoarsenTo < current->nvtxs) {
+    current = NextLevel(ctrl, current, built + 1, [&](HGraph *level) {
+      switch (ctrl->CType) {
+        case 0:
+          CMatch_EdgesStars__(ctrl, level, level->where, s.perm, s.htable, s.vpairs);
+          break;
+        case 1:
+          CMatch_Edges__(ctrl, level, level->where, s.perm, s.htable, s.vpairs);
+          break;
+        default:
+          errexit__("Unknown matching type! %d\n", ctrl->CType);
+      }
+      // Groups never mix parts, so each coarse vertex takes the part of its members.
+      HGraph *coarser = level->coarser;
+      int *cwhere = imalloc__(coarser->nvtxs, "CCoarsen: cwhere");
+      for (int v = 0; v < level->nvtxs; v++) cwhere[level->cellmap[v]] = level->where[v];
+      RVfree__(&level->where);
+      coarser->where = cwhere;
+    });
+    built++;
+    if (!CoarseningProgress__(current->nvtxs, current->finer->nvtxs, 0.8f)) {
+      if (ctrl->dbglvl & DBG_COARSEN) PrintSlowProgress(current->nvtxs);
+      FreeScratch(s);
+      stoptimer__(ctrl, ctrl->CoarsenTmr);
+      return current;
+    }
+  }
+
+  if (ctrl->dbglvl & DBG_COARSEN) std::printf("\n");
+  FreeScratch(s);
+  stoptimer__(ctrl, ctrl->CoarsenTmr);
+  return current;
+}
