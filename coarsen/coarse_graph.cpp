@@ -168,6 +168,7 @@ void CreateCoarseHGraph__(PartCtrl *ctrl, HGraph *graph, int cnvtxs) {
   starttimer__(ctrl, ctrl->AuxTmr2);
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
 
+  RVfree__(&graph->netmap);
   graph->netmap = ismalloc__(nhedges, -1, "CreateCoarseHGraph: graph->netmap");
   HGraph *coarser = CreateHGraph__();
   // One entry per finer hyperedge, finer vertex and coarse vertex: with fixed vertices the

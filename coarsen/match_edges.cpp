@@ -11,6 +11,8 @@ namespace {
 // The grouping arrays every edge scheme writes into the finer level.
 void AllocateGrouping(HGraph *graph) {
   const int nvtxs = graph->nvtxs;
+  // A level grouped before (a reused top level) must not leak its previous grouping.
+  RVfree__(&graph->mptr, &graph->mind, &graph->cellmap);
   graph->mptr = imalloc__(nvtxs + 1, "Match_Edges: graph->mptr");
   graph->mind = imalloc__(nvtxs, "Match_Edges: graph->mind");
   graph->cellmap = ismalloc__(nvtxs, -1, "Match_Edges: graph->cellmap");

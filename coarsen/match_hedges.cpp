@@ -82,6 +82,7 @@ void MatchHedges(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue
                  int scheme) {
   const int nvtxs = graph->nvtxs, nfixed = std::clamp(graph->nfixed, 0, nvtxs);
   const bool plain = scheme == HEDGES_ONLY;
+  RVfree__(&graph->mptr, &graph->mind, &graph->cellmap);
   Grouping g;
   g.mptr = imalloc__(nvtxs + 1, plain ? "Match_Hedges: graph->mptr" : "HGraphMatch: graph->mptr");
   g.mind = imalloc__(nvtxs, plain ? "Match_Hedges: graph->mind" : "HGraphMatch: graph->mind");
