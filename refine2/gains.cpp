@@ -1,0 +1,98 @@
+// The bisection state of a hypergraph: its allocation, its computation from scratch (pin counts
+// per side, side weights, cut and vertex gains) and the cut read back from the pin counts.
+#include <cmath>
+
+#include "refine2/refine2.h"
+
+namespace {
+
+// Gain of moving v alone from side s to the other side t: each hyperedge of which v is the last
+// pin on s while t already holds pins gains its weight; each hyperedge entirely on s (a
+// single-pin hyperedge included) loses it.
+inline int VertexGain(const HGraph *graph, int v, const int *ndeg0, const int *ndeg1) {
+  const int *incptr = graph->incptr, *incind = graph->incind, *netwgt = graph->netwgt;
+  const int *own = graph->where[v] == 0 ? ndeg0 : ndeg1;
+  const int *other = graph->where[v] == 0 ? ndeg1 : ndeg0;
+  int gain = 0;
+  for (int j = incptr[v]; j < incptr[v + 1]; j++) {
+    const int e = incind[j];
+    if (other[e] != 0 && own[e] == 1)
+      gain += netwgt[e];
+    else if (other[e] == 0)
+      gain -= netwgt[e];
+  }
+  return gain;
+}
+
+// Fills pin counts (zeroed by the caller), gains, side weights and the cut from where.
+void ComputeStateInto(const HGraph *graph, int *ndeg0, int *ndeg1, int *gain, int *pwgts,
+                      int *cut) {
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
+  const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
+  const int *where = graph->where, *cellwgt = graph->cellwgt;
+
+  *cut = 0;
+  for (int e = 0; e < nhedges; e++) {
+    for (int j = netptr[e]; j < netptr[e + 1]; j++) {
+      const int side = where[netind[j]];
+      if (side == 0)
+        ndeg0[e]++;
+      else if (side == 1)
+        ndeg1[e]++;
+      else
+        errexit__("ComputeInitGains: vertex %d is on side %d of a bisection", netind[j], side);
+    }
+    if (ndeg0[e] != 0 && ndeg1[e] != 0) *cut += netwgt[e];
+  }
+
+  pwgts[0] = pwgts[1] = 0;
+  for (int v = 0; v < nvtxs; v++) {
+    const int side = where[v];
+    if (side != 0 && side != 1)
+      errexit__("ComputeInitGains: vertex %d is on side %d of a bisection", v, side);
+    pwgts[side] += cellwgt[v];
+    gain[v] = VertexGain(graph, v, ndeg0, ndeg1);
+  }
+}
+
+}  // namespace
+
+void AllocateRefinementMemory__(HGraph *graph) {
+  graph->where = imalloc__(static_cast<long long>(graph->nvtxs) + graph->nislands,
+                           "AllocateRefinementMemory: where");
+  graph->gain = imalloc__(graph->nvtxs, "AllocateRefinementMemory: gain");
+  graph->ndeg[0] = imalloc__(graph->nhedges, "AllocateRefinementMemory: ndeg[0]");
+  graph->ndeg[1] = imalloc__(graph->nhedges, "AllocateRefinementMemory: ndeg[1]");
+}
+
+void ComputeInitGains__(HGraph *graph) {
+  iset__(graph->nhedges, 0, graph->ndeg[0]);
+  iset__(graph->nhedges, 0, graph->ndeg[1]);
+  iset__(graph->nvtxs, 0, graph->gain);
+  graph->mincut = 0;
+  ComputeStateInto(graph, graph->ndeg[0], graph->ndeg[1], graph->gain, graph->pwgts,
+                   &graph->mincut);
+}
+
+int ComputeCut__(const HGraph *graph) {
+  const int *ndeg0 = graph->ndeg[0], *ndeg1 = graph->ndeg[1], *netwgt = graph->netwgt;
+  int cut = 0;
+  for (int e = 0; e < graph->nhedges; e++)
+    if (ndeg0[e] != 0 && ndeg1[e] != 0) cut += netwgt[e];
+  return cut;
+}
+
+int CheckDegrees(HGraph *graph) {
+  int *gain = ismalloc__(graph->nvtxs, 0, "ComputePartitionParams: gain");
+  int *ndeg0 = ismalloc__(graph->nhedges, 0, "ComputePartitionParams: ndeg[0]");
+  int *ndeg1 = ismalloc__(graph->nhedges, 0, "ComputePartitionParams: ndeg[1]");
+  int pwgts[2], cut;
+  ComputeStateInto(graph, ndeg0, ndeg1, gain, pwgts, &cut);
+  RVfree__(&gain, &ndeg0, &ndeg1);
+  return 1;
+}
+
+float RelDiff__(int a, int b) {
+  const double diff = std::fabs(static_cast<double>(a) - static_cast<double>(b));
+  return static_cast<float>(a > b ? diff / a : diff / b);
+}

@@ -1,0 +1,91 @@
+// Uncoarsening: the bisection of each level is projected onto the next finer one, balanced and
+// refined there, until the hypergraph the hierarchy was built from is reached.
+#include "coarsen/coarsen.h"
+#include "refine2/refine2.h"
+
+namespace {
+
+// Refines one level by the scheme RType selects; coarselevel is the level of the coarsest graph.
+void RefineLevel(PartCtrl *ctrl, HGraph *graph, int coarselevel) {
+  Balance__(ctrl, graph);
+  switch (static_cast<unsigned>(ctrl->RType)) {
+    case 1:
+      if (ctrl->HeavyCells)
+        Refine_FM2__(ctrl, graph, 10);
+      else
+        Refine_FM__(ctrl, graph, 10);
+      break;
+    case 2:
+      Refine_OneWayFM__(ctrl, graph, 10);
+      if (ctrl->HeavyCells)
+        Refine_FM2__(ctrl, graph, 10);
+      else
+        Refine_FM__(ctrl, graph, 10);
+      break;
+    case 3:
+      // The cheap early-exit refiners serve the fine levels, where most of the work lies; the
+      // two levels next to the coarsest still get full FM.
+      if (graph->level < coarselevel - 2) {
+        if (ctrl->HeavyCells)
+          Refine_EEFM2__(ctrl, graph, 3, 0.1f);
+        else
+          Refine_EEFM__(ctrl, graph, 3, 0.1f);
+      } else if (ctrl->HeavyCells) {
+        Refine_FM2__(ctrl, graph, 10);
+      } else {
+        Refine_FM__(ctrl, graph, 10);
+      }
+      break;
+    case 5:
+      Refine_FM2__(ctrl, graph, 10);
+      break;
+    case 10:
+      break;
+    default:
+      errexit__("Unknown refinement type: %d\n", ctrl->RType);
+  }
+}
+
+}  // namespace
+
+void ProjectPartition__(PartCtrl *ctrl, HGraph *coarse) {
+  starttimer__(ctrl, ctrl->ProjectTmr);
+  HGraph *fine = coarse->finer;
+  if (fine == nullptr) errexit__("ProjectPartition: the hypergraph has no finer level");
+  AllocateRefinementMemory__(fine);
+  const int *cellmap = fine->cellmap, *cwhere = coarse->where;
+  int *where = fine->where;
+  for (int v = 0; v < fine->nvtxs; v++) where[v] = cwhere[cellmap[v]];
+  FreeHGraph__(coarse);
+  fine->coarser = nullptr;
+  stoptimer__(ctrl, ctrl->ProjectTmr);
+}
+
+void Refine__(PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest) {
+  starttimer__(ctrl, ctrl->UncoarsenTmr);
+  const int coarselevel = coarsest->level;
+  if (coarsest->finer == nullptr) {
+    stoptimer__(ctrl, ctrl->UncoarsenTmr);
+    return;
+  }
+
+  HGraph *graph = coarsest->finer;
+  ProjectPartition__(ctrl, coarsest);
+  for (;;) {
+    starttimer__(ctrl, ctrl->RefTmr);
+    if (graph->nvtxs <= 0)
+      ComputeInitGains__(graph);
+    else
+      RefineLevel(ctrl, graph, coarselevel);
+    PartitionIslands__(graph);
+    stoptimer__(ctrl, ctrl->RefTmr);
+
+    if (graph == orggraph) break;
+    if (graph->finer == nullptr)
+      errexit__("Refine: the hierarchy ends before the hypergraph it was built from");
+    graph = graph->finer;
+    ProjectPartition__(ctrl, graph->coarser);
+  }
+  CombineIslands__(orggraph);
+  stoptimer__(ctrl, ctrl->UncoarsenTmr);
+}

@@ -1,0 +1,216 @@
+// Hypergraphs, control records and independent reference computations for the two-way
+// refinement tests.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "core/core.h"
+#include "refine2/refine2.h"
+
+namespace r2test {
+
+using Nets = std::vector<std::vector<int>>;
+
+// A control record as a bisection of two equal halves with a 5 % tolerance sets it.
+inline PartCtrl Ctrl(int dbglvl = 0) {
+  PartCtrl ctrl{};
+  ctrl.CoarsenTo = 100;
+  ctrl.CType = 1;
+  ctrl.RType = 1;
+  ctrl.Nruns = 1;
+  ctrl.MaxNetSize = 50;
+  ctrl.UBfactor = 0.05f;
+  ctrl.Seed = 1;
+  ctrl.dbglvl = dbglvl;
+  ctrl.Nparts = 2;
+  ctrl.TargetFrac = 0.5f;
+  return ctrl;
+}
+
+// A hypergraph from 0-based pin lists with incidence and refinement arrays; `where` is copied in
+// when given. Weights default to 1.
+inline HGraph *Make(int nvtxs, const Nets &nets, std::vector<int> netwgt = {},
+                    std::vector<int> cellwgt = {}, std::vector<int> where = {}, int nfixed = 0) {
+  HGraph *g = CreateHGraph__();
+  const int nhedges = static_cast<int>(nets.size());
+  g->nvtxs = nvtxs;
+  g->nhedges = nhedges;
+  g->nfixed = nfixed;
+  int npins = 0;
+  for (const auto &n : nets) npins += static_cast<int>(n.size());
+  g->netptr = imalloc__(nhedges + 1, "test: netptr");
+  g->netind = imalloc__(npins, "test: netind");
+  g->netwgt = imalloc__(nhedges, "test: netwgt");
+  g->cellwgt = imalloc__(nvtxs, "test: cellwgt");
+  g->netptr[0] = 0;
+  int k = 0;
+  for (int e = 0; e < nhedges; e++) {
+    for (int v : nets[e]) g->netind[k++] = v;
+    g->netptr[e + 1] = k;
+    g->netwgt[e] = netwgt.empty() ? 1 : netwgt[e];
+  }
+  for (int v = 0; v < nvtxs; v++) g->cellwgt[v] = cellwgt.empty() ? 1 : cellwgt[v];
+  CreateIncidentHGraph__(g);
+  AllocateRefinementMemory__(g);
+  for (int v = 0; v < static_cast<int>(where.size()); v++) g->where[v] = where[v];
+  return g;
+}
+
+inline std::vector<int> Vec(const int *a, int n) {
+  return n > 0 ? std::vector<int>(a, a + n) : std::vector<int>{};
+}
+
+inline std::vector<int> Where(const HGraph *g) {
+  return Vec(g->where, g->nvtxs);
+}
+
+// The bisection state recomputed from `where` straight from the definitions.
+struct State {
+  std::vector<int> ndeg0, ndeg1, gain;
+  int pwgt0 = 0, pwgt1 = 0, cut = 0;
+};
+
+inline State Reference(const HGraph *g) {
+  State s;
+  s.ndeg0.assign(g->nhedges, 0);
+  s.ndeg1.assign(g->nhedges, 0);
+  s.gain.assign(g->nvtxs, 0);
+  for (int e = 0; e < g->nhedges; e++) {
+    for (int j = g->netptr[e]; j < g->netptr[e + 1]; j++)
+      (g->where[g->netind[j]] == 0 ? s.ndeg0 : s.ndeg1)[e]++;
+    if (s.ndeg0[e] > 0 && s.ndeg1[e] > 0) s.cut += g->netwgt[e];
+  }
+  for (int v = 0; v < g->nvtxs; v++) {
+    (g->where[v] == 0 ? s.pwgt0 : s.pwgt1) += g->cellwgt[v];
+    for (int j = g->incptr[v]; j < g->incptr[v + 1]; j++) {
+      const int e = g->incind[j];
+      const int own = g->where[v] == 0 ? s.ndeg0[e] : s.ndeg1[e];
+      const int other = g->where[v] == 0 ? s.ndeg1[e] : s.ndeg0[e];
+      if (other == 0)
+        s.gain[v] -= g->netwgt[e];
+      else if (own == 1)
+        s.gain[v] += g->netwgt[e];
+    }
+  }
+  return s;
+}
+
+inline void ExpectGainsExact(const HGraph *g) {
+  const State s = Reference(g);
+  EXPECT_EQ(Vec(g->gain, g->nvtxs), s.gain);
+  EXPECT_EQ(Vec(g->ndeg[0], g->nhedges), s.ndeg0);
+  EXPECT_EQ(Vec(g->ndeg[1], g->nhedges), s.ndeg1);
+}
+
+inline void ExpectCutAndWeightsExact(const HGraph *g) {
+  const State s = Reference(g);
+  EXPECT_EQ(g->mincut, s.cut);
+  EXPECT_EQ(g->pwgts[0], s.pwgt0);
+  EXPECT_EQ(g->pwgts[1], s.pwgt1);
+}
+
+// Lower bounds of the two sides for the test control record (TargetFrac 0.5, UBfactor 0.05),
+// worked out by hand for the totals used in the tests: side 0 in float, side 1 in double.
+inline bool Balanced(const HGraph *g, const PartCtrl &ctrl) {
+  const int w = g->pwgts[0] + g->pwgts[1];
+  const int min0 = static_cast<int>((ctrl.TargetFrac - ctrl.UBfactor) * static_cast<float>(w));
+  const int min1 = static_cast<int>((1.0 - ctrl.TargetFrac - ctrl.UBfactor) * w);
+  return g->pwgts[0] >= min0 && g->pwgts[1] >= min1;
+}
+
+inline int Count(const std::string &text, const std::string &pattern) {
+  int n = 0;
+  for (size_t pos = text.find(pattern); pos != std::string::npos; pos = text.find(pattern, pos + 1))
+    n++;
+  return n;
+}
+
+// Random hypergraph without single-pin hyperedges: nets of 2..maxsize distinct pins, vertex
+// weights 1..maxcw, hyperedge weights 1..maxnw.
+inline HGraph *Random(unsigned seed, int nvtxs, int nhedges, int maxsize, int maxcw, int maxnw,
+                      int nfixed = 0) {
+  std::mt19937 rng(seed);
+  Nets nets;
+  std::vector<int> netwgt, cellwgt;
+  for (int e = 0; e < nhedges; e++) {
+    const int size = 2 + static_cast<int>(rng() % (maxsize - 1));
+    std::vector<int> pins;
+    while (static_cast<int>(pins.size()) < size) {
+      const int v = static_cast<int>(rng() % nvtxs);
+      bool dup = false;
+      for (int u : pins) dup = dup || u == v;
+      if (!dup) pins.push_back(v);
+    }
+    nets.push_back(pins);
+    netwgt.push_back(1 + static_cast<int>(rng() % maxnw));
+  }
+  for (int v = 0; v < nvtxs; v++) cellwgt.push_back(1 + static_cast<int>(rng() % maxcw));
+  return Make(nvtxs, nets, netwgt, cellwgt, {}, nfixed);
+}
+
+// A bisection that alternates sides in vertex order (balanced for unit weights).
+inline void Alternate(HGraph *g) {
+  for (int v = 0; v < g->nvtxs; v++) g->where[v] = v % 2;
+}
+
+// Reads a benchmark hypergraph (header "nhedges nvtxs [fmt]", 1-based pins, '%' comments),
+// dropping hyperedges with fewer than two distinct pins. Null when the file is absent.
+inline HGraph *ReadBench(const std::string &name) {
+  const std::string path = std::string(HYPRA_BENCH_DIR) + "/" + name;
+  FILE *f = std::fopen(path.c_str(), "r");
+  if (f == nullptr) return nullptr;
+  std::string line;
+  auto getline = [&]() {
+    line.clear();
+    int c;
+    while ((c = std::fgetc(f)) != EOF && c != '\n') line.push_back(static_cast<char>(c));
+    return !(c == EOF && line.empty());
+  };
+  while (getline() && (line.empty() || line[0] == '%')) {
+  }
+  int nhedges = 0, nvtxs = 0, fmt = 0;
+  if (std::sscanf(line.c_str(), "%d %d %d", &nhedges, &nvtxs, &fmt) < 2) {
+    std::fclose(f);
+    return nullptr;
+  }
+  Nets nets;
+  std::vector<int> netwgt, cellwgt(nvtxs, 1), mark(nvtxs, -1);
+  for (int e = 0; e < nhedges && getline();) {
+    if (!line.empty() && line[0] == '%') continue;
+    const char *p = line.c_str();
+    char *end;
+    std::vector<int> pins;
+    int w = 1;
+    bool first = true;
+    for (;;) {
+      const long x = std::strtol(p, &end, 10);
+      if (end == p) break;
+      p = end;
+      if (first && fmt % 10 == 1) {
+        w = static_cast<int>(x);
+      } else if (x >= 1 && x <= nvtxs && mark[x - 1] != e) {
+        mark[x - 1] = e;
+        pins.push_back(static_cast<int>(x) - 1);
+      }
+      first = false;
+    }
+    if (pins.size() >= 2) {
+      nets.push_back(pins);
+      netwgt.push_back(w);
+    }
+    e++;
+  }
+  if (fmt / 10 % 10 == 1)
+    for (int v = 0; v < nvtxs && getline();)
+      if (line.empty() || line[0] != '%') cellwgt[v++] = static_cast<int>(std::atol(line.c_str()));
+  std::fclose(f);
+  return Make(nvtxs, nets, netwgt, cellwgt);
+}
+
+}  // namespace r2test
