@@ -139,11 +139,17 @@ void BuildIncidence(const HGraph *graph, HGraph *coarser, int *htable) {
   int *ccellwgt = ismalloc__(cnvtxs, 0, "CreateCoarseHGraph: coarser->cellwgt");
   int *cadjwgt = ismalloc__(cnvtxs, 0, "CreateCoarseHGraph: coarser->adjwgt");
 
+  if (cnvtxs > 0 && (mptr[0] != 0 || mptr[cnvtxs] != graph->nvtxs))
+    errexit__("CreateCoarseHGraph: the groups list %d of %d vertices\n", mptr[cnvtxs] - mptr[0],
+              graph->nvtxs);
   int ninc = 0;
   cincptr[0] = 0;
   for (int c = 0; c < cnvtxs; c++) {
+    if (mptr[c + 1] < mptr[c]) errexit__("CreateCoarseHGraph: group %d has a negative size\n", c);
     for (int j = mptr[c]; j < mptr[c + 1]; j++) {
       const int v = mind[j];
+      if (v < 0 || v >= graph->nvtxs)
+        errexit__("CreateCoarseHGraph: group %d lists vertex %d of %d\n", c, v, graph->nvtxs);
       ccellwgt[c] += cellwgt[v];
       for (int t = incptr[v]; t < incptr[v + 1]; t++) {
         const int ch = netmap[incind[t]];

@@ -160,6 +160,18 @@ TEST(CreateCoarseHGraph, MoreGroupsThanVerticesAndHyperedgesFit) {
   testgraphs::FreeChain(g);
 }
 
+TEST(CreateCoarseHGraphDeathTest, GroupingOutsideTheCoarseRangeEndsCleanly) {
+  PartCtrl ctrl = MakeCtrl();
+  HGraph *g = testgraphs::Make(2, {{0, 1}});
+  SetGrouping(g, {0, 1}, 2);
+  g->cellmap[1] = 7;
+  EXPECT_EXIT(CreateCoarseHGraph__(&ctrl, g, 2), testing::ExitedWithCode(0), "maps to 7");
+  g->cellmap[1] = 1;
+  g->mind[1] = 5;
+  EXPECT_EXIT(CreateCoarseHGraph__(&ctrl, g, 2), testing::ExitedWithCode(0), "lists vertex 5");
+  FreeHGraph__(g);
+}
+
 TEST(CollapseSameHEdges, MergesIdenticalAndSortsInput) {
   std::vector<int> netptr = {0, 3, 5, 8, 10};
   std::vector<int> netind = {2, 0, 1, 3, 1, 1, 2, 0, 1, 3};
