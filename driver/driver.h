@@ -1,0 +1,29 @@
+// The command-line driver's routines: the hypergraph and fix-file readers, the partition
+// writer, the run header, the quality report and the debugging aids.
+#pragma once
+
+#include "core/core.h"
+
+// Reading and writing files.
+int GetNetListSize(const char *filename);
+HGraph *ReadHGraph(const char *filename);
+void ReadPartition(int nvtxs, int *part, const char *filename);
+void WriteHGraphPart(int nvtxs, const int *part, const char *filename);
+
+// The header printed before partitioning; mode 1 is recursive bisection, anything else k-way.
+void PrintInfo(const HGraph *graph, int nparts, int ubfactor, const int *options,
+               const char *filename, int mode);
+
+// Quality of a partition. Null weight arrays mean unit weights.
+void PrintPartStatistics(int nvtxs, int nhedges, int nparts, const int *netptr, const int *netind,
+                         const int *netwgt, const int *cellwgt, const int *part);
+void ComputePartWeights(int nvtxs, const int *cellwgt, const int *part, int *pwgts);
+void ComputePartCuts(int nhedges, int nparts, const int *netptr, const int *netind,
+                     const int *netwgt, const int *part, int *pcuts);
+
+// Debugging aids.
+void WriteHGraph(const HGraph *graph);
+void WriteConnectedHGraph(const HGraph *graph);
+void DumpHGraph(const HGraph *graph);
+void Print_Pins(const HGraph *graph, const int *where, int nparts);
+int CheckHGraph(const HGraph *graph);

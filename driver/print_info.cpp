@@ -1,0 +1,59 @@
+// The header printed before partitioning: the hypergraph's size and the options in effect.
+#include <cstdio>
+
+#include "driver/driver.h"
+
+namespace {
+
+constexpr const char *kBanner = "hypra 1.0.0: multilevel hypergraph partitioner";
+
+// names[value - first], or "??" for a value outside the list.
+template <int N>
+const char *NameOf(int value, int first, const char *const (&names)[N]) {
+  const long long index = static_cast<long long>(value) - first;
+  return index >= 0 && index < N ? names[index] : "??";
+}
+
+void PrintOptions(const int *options, int mode) {
+  static const char *const kCoarsen[] = {"HFC", "FC", "GFC", "HEDGE", "EDGE"};
+  static const char *const kRefine[] = {"FM", "1WayFM", "EEFM"};
+  static const char *const kReconst[] = {"Reconst-False", "Reconst-True"};
+  static const char *const kObjective[] = {"Cut-minimization", "SOED-minimization"};
+  static const char *const kVcycle[] = {"No V-cycles", "V-cycles @ End", "V-cycle for Min",
+                                        "Always V-cycle"};
+  static const char *const kFixed[] = {"No Fixed Vertices", "With Fixed Vertices"};
+
+  const char *names[5];
+  int n = 0;
+  names[n++] = NameOf(options[2], 1, kCoarsen);
+  if (mode == 1) {
+    names[n++] = NameOf(options[3], 1, kRefine);
+    names[n++] = NameOf(options[5], 0, kReconst);
+  } else {
+    names[n++] = NameOf(options[3], 1, kObjective);
+  }
+  names[n++] = NameOf(options[4], 0, kVcycle);
+  if (mode == 1) names[n++] = NameOf(options[6], 0, kFixed);
+
+  std::printf(" Options: ");
+  for (int i = 0; i < n; i++) std::printf(i == 0 ? "%s" : ", %s", names[i]);
+  std::printf("\n");
+}
+
+}  // namespace
+
+void PrintInfo(const HGraph *graph, int nparts, int ubfactor, const int *options,
+               const char *filename, int mode) {
+  std::printf("*******************************************************************************\n");
+  std::printf("%s\n\n", kBanner);
+  std::printf("HyperGraph Information -----------------------------------------------------\n");
+  // Recursive bisection shows the tolerance as a fraction, k-way as a multiplier.
+  const double ub = mode == 1 ? ubfactor / 100.0 : 1 + ubfactor / 100.0;
+  std::printf(" Name: %s, #Vtxs: %5d, #Hedges: %5d, #Parts: %d, UBfactor: %1.2f\n", filename,
+              graph->nvtxs, graph->nhedges, nparts, ub);
+  if (options != nullptr) PrintOptions(options, mode);
+  if (mode == 1)
+    std::printf("\nRecursive Partitioning... --------------------------------------------------\n");
+  else
+    std::printf("\nK-way Partitioning... ------------------------------------------------------\n");
+}

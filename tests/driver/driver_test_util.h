@@ -1,0 +1,96 @@
+// Helpers for the driver tests: scratch directories, small files and running the program.
+#pragma once
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace driver_test {
+
+inline std::string DataPath(const std::string &name) {
+  return std::string(HYPRA_TEST_DIR) + "/data/" + name;
+}
+
+inline std::string ReadFile(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+inline void WriteFile(const std::string &path, const std::string &text) {
+  std::ofstream out(path, std::ios::binary);
+  out << text;
+}
+
+// A fresh directory removed with everything in it at the end of the test.
+struct ScratchDir {
+  std::string path;
+  ScratchDir() {
+    std::string tmpl = (std::filesystem::temp_directory_path() / "hypra-driver-XXXXXX").string();
+    std::vector<char> buf(tmpl.begin(), tmpl.end());
+    buf.push_back('\0');
+    path = mkdtemp(buf.data());
+  }
+  ~ScratchDir() { std::filesystem::remove_all(path); }
+  std::string File(const std::string &name) const { return path + "/" + name; }
+  std::string Write(const std::string &name, const std::string &text) const {
+    WriteFile(File(name), text);
+    return File(name);
+  }
+};
+
+// Runs fn with the current directory switched to dir.
+template <typename F>
+void InDirectory(const std::string &dir, F fn) {
+  const auto old = std::filesystem::current_path();
+  std::filesystem::current_path(dir);
+  fn();
+  std::filesystem::current_path(old);
+}
+
+struct RunResult {
+  int status;  // exit status, or -1 when the program did not exit normally
+  std::string out;
+  std::string err;
+};
+
+inline std::string ProgramPath() {
+  return std::string(HYPRA_BINARY_DIR) + "/hypra";
+}
+
+// Runs the built program with the given arguments in directory cwd.
+inline RunResult RunProgram(const std::vector<std::string> &args, const std::string &cwd) {
+  ScratchDir capture;
+  const std::string outfile = capture.File("stdout"), errfile = capture.File("stderr");
+  const std::string program = ProgramPath();
+  std::fflush(nullptr);
+  const pid_t pid = fork();
+  if (pid == 0) {
+    if (chdir(cwd.c_str()) != 0) _exit(127);
+    if (!std::freopen(outfile.c_str(), "w", stdout) || !std::freopen(errfile.c_str(), "w", stderr))
+      _exit(127);
+    std::vector<char *> argv;
+    argv.push_back(const_cast<char *>(program.c_str()));
+    for (const auto &a : args) argv.push_back(const_cast<char *>(a.c_str()));
+    argv.push_back(nullptr);
+    execv(program.c_str(), argv.data());
+    _exit(127);
+  }
+  int wstatus = 0;
+  waitpid(pid, &wstatus, 0);
+  RunResult r;
+  r.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : -1;
+  r.out = ReadFile(outfile);
+  r.err = ReadFile(errfile);
+  return r;
+}
+
+}  // namespace driver_test
