@@ -1,0 +1,103 @@
+// K-way uncoarsening: the partition of a coarse level is carried back level by level and
+// refined at each one; V-cycles repeat this over a restricted coarsening while it pays off.
+#include <cstdio>
+
+#include "coarsen/coarsen.h"
+#include "kway/kway.h"
+
+namespace {
+
+// Refines the current level as RType asks; a level without vertices only gets its records.
+void RefineLevel(PartCtrl *ctrl, HGraph *graph) {
+  if (graph->nvtxs < 1) {
+    ComputeInitKwayGains__(ctrl, graph);
+    return;
+  }
+  switch (ctrl->RType) {
+    case 1:
+      RefineCutKway_Random__(ctrl, graph, 10);
+      break;
+    case 2:
+      RefineSOEDKway_Random__(ctrl, graph, 10);
+      break;
+    case 10:
+      break;
+    default:
+      errexit__("Unknown refinement type: %d\n", ctrl->RType);
+  }
+}
+
+}  // namespace
+
+void ProjectKwayPartition__(PartCtrl *ctrl, HGraph *graph) {
+  starttimer__(ctrl, ctrl->ProjectTmr);
+  HGraph *finer = graph->finer;
+  AllocateKwayRefinementMemory__(ctrl, finer);
+  const int *cellmap = finer->cellmap, *cwhere = graph->where;
+  const int ncoarse = graph->nvtxs + graph->nislands;
+  for (int v = 0; v < finer->nvtxs; v++) {
+    if (cellmap[v] < 0 || cellmap[v] >= ncoarse)
+      errexit__("ProjectKwayPartition: vertex %d maps to coarse vertex %d, outside 0..%d", v,
+                cellmap[v], ncoarse - 1);
+    finer->where[v] = cwhere[cellmap[v]];
+  }
+  FreeHGraph__(graph);
+  finer->coarser = nullptr;
+  stoptimer__(ctrl, ctrl->ProjectTmr);
+}
+
+void RefineKway__(PartCtrl *ctrl, HGraph *orggraph, HGraph *graph) {
+  // The coarsest level is never refined here; without a finer level there is nothing to do.
+  if (graph->finer == nullptr) return;
+
+  starttimer__(ctrl, ctrl->UncoarsenTmr);
+  HGraph *finer = graph->finer;
+  ProjectKwayPartition__(ctrl, graph);
+  graph = finer;
+  for (;;) {
+    starttimer__(ctrl, ctrl->RefTmr);
+    RefineLevel(ctrl, graph);
+    stoptimer__(ctrl, ctrl->RefTmr);
+    PartitionIslandsKway__(ctrl, graph);
+    if (graph == orggraph) break;
+    if (graph->finer == nullptr)
+      errexit__("RefineKway: the level chain ends before reaching the hypergraph to refine");
+    finer = graph->finer;
+    ProjectKwayPartition__(ctrl, graph);
+    graph = finer;
+  }
+  CombineIslands__(orggraph);
+  stoptimer__(ctrl, ctrl->UncoarsenTmr);
+}
+
+int VCycleRefinementKway__(PartCtrl *ctrl, HGraph *graph, int nvcycles) {
+  const int savedcoarsento = ctrl->CoarsenTo, savedctype = ctrl->CType;
+  // Re-coarsening stops early: the partition is already good, only local structure is left.
+  ctrl->CoarsenTo = 1000;
+
+  int best = graph->kwayobj, lastgain = -1;
+  if (ctrl->dbglvl & DBG_TRACE) std::printf("          [%d ", best);
+
+  for (int i = 0; i < nvcycles; i++) {
+    ctrl->CType = i % 2;
+    RefineKway__(ctrl, graph, CCoarsen__(ctrl, graph));
+    if (ctrl->dbglvl & DBG_TRACE) {
+      std::printf("%d ", graph->kwayobj);
+      std::fflush(stdout);
+    }
+    RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->nrinfo,
+             &graph->crinfo, &graph->crdata, &graph->nrdata, &graph->kpwgts, &graph->islandmap);
+
+    if (graph->kwayobj < best) {
+      best = graph->kwayobj;
+      lastgain = i;
+    } else if (i - lastgain > 1) {
+      break;
+    }
+  }
+
+  if (ctrl->dbglvl & DBG_TRACE) std::printf("(min = %d)]\n", graph->kwayobj);
+  ctrl->CoarsenTo = savedcoarsento;
+  ctrl->CType = savedctype;
+  return graph->kwayobj;
+}
