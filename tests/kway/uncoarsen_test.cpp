@@ -30,7 +30,10 @@ struct TwoLevels {
     coarse->finer = fine;
     fine->coarser = coarse;
   }
-  ~TwoLevels() { FreeHGraph__(fine); }
+  ~TwoLevels() {
+    if (fine->coarser != nullptr) FreeHGraph__(fine->coarser);
+    FreeHGraph__(fine);
+  }
 };
 
 TEST(KwayUncoarsen, NoRefinementStillProjectsAndPlacesIslands) {
