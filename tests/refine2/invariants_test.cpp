@@ -1,0 +1,181 @@
+// Invariants of every refiner on generated and benchmark hypergraphs (none with single-pin
+// hyperedges, whose gains count a cut that can never happen): the tracked cut and side weights
+// match the bisection, fixed vertices stay, refiners that keep gains keep them exact, and a
+// balanced input never comes back with a larger cut or unbalanced.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "coarsen/coarsen.h"
+#include "refine2/fixtures.h"
+
+namespace {
+
+using r2test::Where;
+
+enum Refiner { kFM, kFM2, kEEFM, kEEFM2, kOneWay, kBalance };
+
+const char *Name(Refiner r) {
+  static const char *names[] = {"FM", "FM2", "EEFM", "EEFM2", "OneWay", "Balance"};
+  return names[r];
+}
+
+void Run(Refiner r, PartCtrl *ctrl, HGraph *g) {
+  switch (r) {
+    case kFM:
+      Refine_FM__(ctrl, g, 10);
+      break;
+    case kFM2:
+      Refine_FM2__(ctrl, g, 10);
+      break;
+    case kEEFM:
+      Refine_EEFM__(ctrl, g, 3, 0.1f);
+      break;
+    case kEEFM2:
+      Refine_EEFM2__(ctrl, g, 3, 0.1f);
+      break;
+    case kOneWay:
+      Refine_OneWayFM__(ctrl, g, 10);
+      break;
+    case kBalance:
+      Balance__(ctrl, g);
+      break;
+  }
+}
+
+// Sides in vertex order, each vertex to the currently lighter side: balanced within the
+// heaviest vertex weight.
+void Greedy(HGraph *g) {
+  int w[2] = {0, 0};
+  for (int v = 0; v < g->nvtxs; v++) {
+    const int side = w[0] <= w[1] ? 0 : 1;
+    g->where[v] = side;
+    w[side] += g->cellwgt[v];
+  }
+}
+
+// Roughly three quarters of the weight on side 0.
+void Lopsided(HGraph *g) {
+  for (int v = 0; v < g->nvtxs; v++) g->where[v] = v % 4 == 3 ? 1 : 0;
+}
+
+void CheckRefiner(Refiner r, HGraph *g, PartCtrl ctrl, bool balancedstart) {
+  SCOPED_TRACE(Name(r));
+  ComputeInitGains__(g);
+  const int incut = g->mincut;
+  const bool inbalanced = r2test::Balanced(g, ctrl);
+  if (balancedstart) {
+    ASSERT_TRUE(inbalanced);
+  }
+  const std::vector<int> before = Where(g);
+  Run(r, &ctrl, g);
+
+  r2test::ExpectCutAndWeightsExact(g);
+  for (int v = 0; v < g->nfixed; v++) ASSERT_EQ(g->where[v], before[v]) << "fixed vertex " << v;
+  if (r == kEEFM || r == kEEFM2 || r == kOneWay || r == kBalance) r2test::ExpectGainsExact(g);
+  if (inbalanced) {
+    EXPECT_LE(g->mincut, incut);
+    EXPECT_TRUE(r2test::Balanced(g, ctrl));
+  }
+}
+
+struct Config {
+  unsigned seed;
+  int nvtxs, nhedges, maxsize, maxcw, maxnw, nfixed;
+  float ubfactor;
+};
+
+// Small and large gain ranges (bucket and heap queues), light and heavy vertices (the weight
+// constraint of the "2" refiners only acts with more than 1000 of room), with and without fixed
+// vertices.
+const Config kConfigs[] = {
+    {1, 300, 400, 5, 1, 1, 0, 0.05f},     {2, 300, 500, 8, 3, 4, 6, 0.05f},
+    {3, 200, 300, 4, 200, 3, 0, 0.2f},    {4, 250, 350, 6, 1, 1000, 0, 0.05f},
+    {5, 150, 600, 12, 150, 700, 4, 0.1f}, {6, 40, 30, 3, 2, 2, 2, 0.05f},
+};
+
+TEST(Invariants, EveryRefinerOnGeneratedHypergraphs) {
+  for (const Config &c : kConfigs) {
+    for (Refiner r : {kFM, kFM2, kEEFM, kEEFM2, kOneWay, kBalance}) {
+      SCOPED_TRACE(c.seed);
+      HGraph *g = r2test::Random(c.seed, c.nvtxs, c.nhedges, c.maxsize, c.maxcw, c.maxnw, c.nfixed);
+      PartCtrl ctrl = r2test::Ctrl();
+      ctrl.UBfactor = c.ubfactor;
+      std::srand(c.seed * 7 + r);
+      Greedy(g);
+      CheckRefiner(r, g, ctrl, true);
+      // Again from an unbalanced bisection: balancing first, as the uncoarsening does.
+      Lopsided(g);
+      if (r != kBalance) {
+        Balance__(&ctrl, g);
+        r2test::ExpectCutAndWeightsExact(g);
+      }
+      CheckRefiner(r, g, ctrl, false);
+      FreeHGraph__(g);
+    }
+  }
+}
+
+TEST(Invariants, RefinersOnBenchmark) {
+  HGraph *g = r2test::ReadBench("ibm01.hgr");
+  if (g == nullptr) GTEST_SKIP() << "benchmark hypergraphs not available";
+  for (Refiner r : {kFM, kEEFM, kOneWay}) {
+    PartCtrl ctrl = r2test::Ctrl();
+    std::srand(5);
+    Greedy(g);
+    CheckRefiner(r, g, ctrl, true);
+  }
+  PartCtrl ctrl = r2test::Ctrl();
+  Lopsided(g);
+  CheckRefiner(kBalance, g, ctrl, false);
+  EXPECT_TRUE(r2test::Balanced(g, ctrl));
+  FreeHGraph__(g);
+
+  g = r2test::ReadBench("ibm02.weight.hgr");
+  if (g == nullptr) GTEST_SKIP() << "weighted benchmark hypergraph not available";
+  ctrl = r2test::Ctrl();
+  std::srand(9);
+  Greedy(g);
+  CheckRefiner(kFM2, g, ctrl, true);
+  FreeHGraph__(g);
+}
+
+// Coarsening, initial bisection and uncoarsening end to end.
+void Multilevel(HGraph *g, int rtype) {
+  RVfree__(&g->where, &g->gain, &g->ndeg[0], &g->ndeg[1]);
+  PartCtrl ctrl = r2test::Ctrl();
+  ctrl.RType = rtype;
+  const int total = iasum__(g->nvtxs, g->cellwgt);
+  ctrl.MaxCellWgt = 2 * total / ctrl.CoarsenTo;
+  HGraph *coarsest = Coarsen__(&ctrl, g);
+  InitPartition__(&ctrl, coarsest);
+  const int initcut = coarsest->mincut;
+  Refine__(&ctrl, g, coarsest);
+  EXPECT_EQ(g->coarser, nullptr);
+  EXPECT_EQ(g->nislands, 0);
+  const r2test::State s = r2test::Reference(g);
+  EXPECT_EQ(g->mincut, s.cut);
+  EXPECT_LE(g->mincut, initcut);
+  EXPECT_TRUE(r2test::Balanced(g, ctrl) || rtype == 10);
+}
+
+TEST(Invariants, MultilevelOnGeneratedHypergraph) {
+  for (int rtype : {1, 2, 3, 5}) {
+    SCOPED_TRACE(rtype);
+    HGraph *g = r2test::Random(11, 3000, 4000, 6, 1, 2);
+    std::srand(rtype);
+    Multilevel(g, rtype);
+    FreeHGraph__(g);
+  }
+}
+
+TEST(Invariants, MultilevelOnBenchmark) {
+  HGraph *g = r2test::ReadBench("ibm01.hgr");
+  if (g == nullptr) GTEST_SKIP() << "benchmark hypergraphs not available";
+  std::srand(1);
+  Multilevel(g, 3);
+  FreeHGraph__(g);
+}
+
+}  // namespace
