@@ -254,3 +254,29 @@ TEST(KwayVCycle, NeverAboveItsInputSoed) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(KwayVCycleBench, Ibm01NeverAboveItsInputCut) {
+  const std::string path = std::string(HYPRA_BENCH_DIR) + "/ibm01.hgr";
+  HGraph *g = ReadBench(path);
+  if (g == nullptr) GTEST_SKIP() << "no " << path;
+  const int k = 8;
+  std::vector<int> where(g->nvtxs), pw(k, 0);
+  for (int v = 0; v < g->nvtxs; v++) pw[where[v] = (v / 7) % k] += g->cellwgt[v];
+  const int tpwgt = iasum__(k, pw.data());
+  PartCtrl ctrl =
+      MakeCtrl(k, static_cast<float>(static_cast<double>(k) * pw[iamax__(k, pw.data())] / tpwgt));
+  ctrl.MaxCellWgt = (2 * tpwgt) / 100;
+  InitRandom__(9);
+  SetPartition(&ctrl, g, where);
+  RefineCutKway_Random__(&ctrl, g, 10);
+  const int before = g->kwayobj;
+  RVfree__(&g->nrinfo, &g->crinfo, &g->crdata, &g->nrdata, &g->kpwgts);
+  const int after = VCycleRefinementKway__(&ctrl, g, 10);
+  EXPECT_LE(after, before);
+  EXPECT_EQ(after, CutAndSoed(g).first);
+  FreeHGraph__(g);
+}
+
+}  // namespace
