@@ -5,10 +5,9 @@ cd "$(dirname "$0")/.."
 "tools/deps.sh"
 cmake -S . -B build -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build build -j"$(nproc)" --target hypra_cli
-work=$(mktemp -d)
-cp examples/circuit.hgr "$work/"
-build/hypra "$work/circuit.hgr" 4 5
-if [ -f "$work/circuit.hgr.part.4" ]; then
-  echo
-  echo "Partition file: $work/circuit.hgr.part.4"
-fi
+mkdir -p build/example
+cp examples/circuit.hgr build/example/
+cd build/example
+../hypra circuit.hgr 4 5
+echo
+echo "Partition file: build/example/circuit.hgr.part.4"
