@@ -93,6 +93,25 @@ TEST(Cli, MissingFixFile) {
   EXPECT_EQ(r.err, "ReadPartition: partfile: No such file or directory\n");
 }
 
+TEST(Cli, ShortFixFileIsAccepted) {
+  // The vertices without an entry stay fixed to part 0, which is below Nparts.
+  const auto r =
+      RunWith({"small.hgr", "small_short.fix"}, {"small.hgr", "small_short.fix", "2", "5"});
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out.rfind("****", 0), 0u);
+  EXPECT_NE(r.out.find("With Fixed Vertices"), std::string::npos);
+}
+
+TEST(Cli, FixedPartBelowMinusOne) {
+  const auto r =
+      RunWith({"small.hgr", "small_negative.fix"}, {"small.hgr", "small_negative.fix", "4", "5"});
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err,
+            "File small_negative.fix: vertex 2 is fixed to part -3; a part must be -1 (free) or "
+            "0 to 2147483647\n");
+}
+
 const char *const kHeaderTop =
     "*******************************************************************************\n"
     "hypra 1.0.0: multilevel hypergraph partitioner\n"
