@@ -82,9 +82,7 @@ void Balance__(PartCtrl *ctrl, HGraph *graph) {
     const int to = 1 - from;
     cut -= gain[v];
     moved[v] = 1;
-    where[v] = to;
-    pwgts[to] += cellwgt[v];
-    pwgts[from] -= cellwgt[v];
+    refine2::FlipVertex(graph, v, from, to);
     gain[v] = -gain[v];
     refine2::UpdateMove(
         graph, v, from, to, [](int) { return true; },

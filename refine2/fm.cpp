@@ -11,6 +11,7 @@
 namespace {
 
 using refine2::Bounds;
+using refine2::FlipVertex;
 
 struct Scratch {
   PQueue queues[2];
@@ -51,13 +52,6 @@ void FillQueues(HGraph *graph, Scratch *s) {
     else
       PQueueInsert__(&s->queues[where[v]], v, gain[v]);
   }
-}
-
-// Puts v on side `to`, taking its weight from side `from`.
-inline void FlipVertex(HGraph *graph, int v, int from, int to) {
-  graph->where[v] = to;
-  graph->pwgts[to] += graph->cellwgt[v];
-  graph->pwgts[from] -= graph->cellwgt[v];
 }
 
 // One pass's move loop of the plain refiners; returns the best point as (bestcut, mincutorder).

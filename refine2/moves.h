@@ -109,13 +109,11 @@ inline void UpdateMove(HGraph *graph, int v, int from, int to, Select select, Re
   }
 }
 
-// Scratch of one refiner call: the per-vertex arrays (all under the messages the refiners have
-// always used) and one queue per side.
-struct FMScratch {
-  PQueue queues[2];
-  int *moved;
-  int *swaps;
-  int *perm;
-};
+// Puts v on side `to`, taking its weight from side `from`.
+inline void FlipVertex(HGraph *graph, int v, int from, int to) {
+  graph->where[v] = to;
+  graph->pwgts[to] += graph->cellwgt[v];
+  graph->pwgts[from] -= graph->cellwgt[v];
+}
 
 }  // namespace refine2

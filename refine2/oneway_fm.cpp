@@ -5,17 +5,8 @@
 #include "refine2/moves.h"
 #include "refine2/refine2.h"
 
-namespace {
-
 using refine2::Bounds;
-
-inline void FlipVertex(HGraph *graph, int v, int from, int to) {
-  graph->where[v] = to;
-  graph->pwgts[to] += graph->cellwgt[v];
-  graph->pwgts[from] -= graph->cellwgt[v];
-}
-
-}  // namespace
+using refine2::FlipVertex;
 
 void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
   const int nvtxs = graph->nvtxs, nfixed = graph->nfixed;

@@ -59,6 +59,7 @@ TEST(InitPartition, HeavyVertexDrawnFirstFillsSideZeroAlone) {
   unsigned seed = 1;
   while (FirstPerm(seed, 5)[0] != 0) seed++;
   HGraph *g = Make(5, {{0, 1}, {1, 2}, {2, 3}, {3, 4}}, {}, {10, 1, 1, 1, 1});
+  RVfree__(&g->where, &g->gain, &g->ndeg[0], &g->ndeg[1]);
   PartCtrl ctrl = r2test::Ctrl(DBG_REFINE);
   std::srand(seed);
   testing::internal::CaptureStdout();
