@@ -90,6 +90,35 @@ TEST(EEFM, PassWithoutImprovementRestoresStartingGainsAndCounts) {
   FreeHGraph__(g);
 }
 
+TEST(EEFM, EqualGainsWithBothSidesInBoundsRepeatThePreviousSide) {
+  // Hyperedge {3, 0, 1}; the others have no hyperedge. Side 1 gives vertex 3 (gain 1 beats 0).
+  // Then both tops have gain 0 and both sides meet their bounds of 2, so the side of the
+  // previous move gives again: vertex 5, not side 0's top vertex 2.
+  HGraph *g = Make(6, {{3, 0, 1}}, {}, {}, {0, 0, 0, 1, 1, 1});
+  PartCtrl ctrl = r2test::Ctrl(DBG_MOVES);
+  const std::string out = RunEEFM(&ctrl, g, 1, 1.0f, false);
+  EXPECT_EQ(out.rfind("Gains from moving        3 from  1:    1, \tNewcut: 0\n"
+                      "Gains from moving        5 from  1:    0, \tNewcut: 0\n",
+                      0),
+            0u)
+      << out;
+  r2test::ExpectCutAndWeightsExact(g);
+  r2test::ExpectGainsExact(g);
+  FreeHGraph__(g);
+
+  // The constrained form decides equal gains by room instead: side 0 has 2 above its bound,
+  // side 1 none, so side 0 gives its top, vertex 2.
+  g = Make(6, {{3, 0, 1}}, {}, {}, {0, 0, 0, 1, 1, 1});
+  const std::string out2 = RunEEFM(&ctrl, g, 1, 1.0f, true);
+  EXPECT_EQ(out2.rfind("Gains from moving        3 from  1:    1, \tNewcut: 0\n"
+                       "Gains from moving        2 from  0:    0, \tNewcut: 0\n",
+                       0),
+            0u)
+      << out2;
+  r2test::ExpectGainsExact(g);
+  FreeHGraph__(g);
+}
+
 TEST(EEFM, ZeroPassesStillComputeGains) {
   HGraph *g = Make(3, {{0, 1}, {1, 2}}, {}, {}, {0, 0, 1});
   g->mincut = 50;
