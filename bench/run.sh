@@ -10,7 +10,7 @@ out="$root/bench"
 "$root/tools/deps.sh"
 cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$root/build" -j"$(nproc)" --target bench_partition >/dev/null
-prog="$root/build/bench_partition"
+prog="$root/build/bench/bench_partition"
 
 configs=("2 2" "2 10" "4 5" "8 5" "16 5" "32 5" "64 5")
 csv="$out/results.csv"

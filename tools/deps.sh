@@ -5,6 +5,7 @@ missing=()
 command -v g++ >/dev/null 2>&1 || missing+=(g++)
 command -v cmake >/dev/null 2>&1 || missing+=(cmake)
 [ -f /usr/include/gtest/gtest.h ] || missing+=(libgtest-dev)
+command -v pkg-config >/dev/null 2>&1 || missing+=(pkg-config)
 [ -e /usr/lib/x86_64-linux-gnu/libasan.so.8 ] || [ -n "$(ls /usr/lib/gcc/*/*/libasan.so 2>/dev/null)" ] || missing+=(libasan8)
 if [ ${#missing[@]} -gt 0 ]; then
   echo "Installing: ${missing[*]}"

@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Installs the build tree into a scratch prefix, then builds and runs a separate project against
+# it twice: through find_package(hypra) and through pkg-config.
+set -euo pipefail
+build_dir="$1"
+source_dir="$(cd "$(dirname "$0")" && pwd)"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build_dir" --prefix "$work/prefix" >/dev/null
+test -x "$work/prefix/bin/hypra"
+test -f "$work/prefix/include/hypra.h"
+
+cmake -S "$source_dir/consumer" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+cmake --build "$work/consumer" >/dev/null
+"$work/consumer/consumer"
+
+pcdir=$(dirname "$(find "$work/prefix" -name hypra.pc | head -n 1)")
+flags=$(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs hypra)
+# shellcheck disable=SC2086
+cc "$source_dir/consumer/main.c" $flags -o "$work/pkgconfig_consumer"
+"$work/pkgconfig_consumer"
