@@ -141,4 +141,53 @@ TEST(Cli, HeaderBlockWithFixFile) {
   EXPECT_EQ(r.out.substr(0, header.size()), header);
 }
 
+// The run flow after partitioning, with a partitioner that puts free vertex v in part v mod
+// nparts. For small.hgr and 2 parts: parts {0,2,4} and {1,3,5}; every hyperedge is cut: cut 4,
+// each part touched by all four (SOED 8), scaled cost (4/3 + 4/3) / 6 = 0.444; absorption:
+// {1,2,3} and {3,4,5} each add 1/2 for the part holding two of their pins, the rest add 0.
+TEST(Cli, RunFlowWritesThePartitionFileAndReports) {
+  ScratchDir dir;
+  std::filesystem::copy_file(DataPath("small.hgr"), dir.File("small.hgr"));
+  const auto r = RunProgram({"small.hgr", "2", "5"}, dir.path, HYPRA_FIXED_RESULT_PROGRAM);
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.err, "");
+  EXPECT_EQ(driver_test::ReadFile(dir.File("small.hgr.part.2")), "0\n1\n0\n1\n0\n1\n");
+
+  const std::string expected =
+      std::string(kHeaderTop) +
+      " Options: HFC, FM, Reconst-False, V-cycles @ End, No Fixed Vertices\n"
+      "\n"
+      "Recursive Partitioning... --------------------------------------------------\n"
+      "\n --------------------------------------------------------------------------"
+      "\n  Summary for the 2-way partition:"
+      "\n                Hyperedge Cut:         4\t\t(minimize)"
+      "\n      Sum of External Degrees:         8\t\t(minimize)"
+      "\n                  Scaled Cost:  4.44e-01\t\t(minimize)"
+      "\n                   Absorption:      1.00\t\t(maximize)"
+      "\n\n      Partition Sizes & External Degrees:\n\t"
+      "     3[   4]      3[   4] "
+      "\n\nTiming Information ---------------------------------------------------------";
+  ASSERT_GE(r.out.size(), expected.size());
+  EXPECT_EQ(r.out.substr(0, expected.size()), expected);
+  // The times vary from run to run; a small run takes well under ten seconds of each.
+  std::string timing = r.out.substr(expected.size());
+  for (char &c : timing)
+    if (c >= '0' && c <= '9') c = '9';
+  EXPECT_EQ(timing, "\n  Partitioning Time:\t\t   9.999sec\n           I/O Time:\t\t   9.999sec\n" +
+                        std::string(79, '*') + "\n");
+}
+
+TEST(Cli, RunFlowNamesThePartitionFileByThePartsUsed) {
+  // Every vertex fixed to part 0 or 1 while 4 parts are asked for: the name says 2.
+  ScratchDir dir;
+  std::filesystem::copy_file(DataPath("small.hgr"), dir.File("small.hgr"));
+  dir.Write("all.fix", "0\n1\n0\n1\n1\n0\n");
+  const auto r =
+      RunProgram({"small.hgr", "all.fix", "4", "5"}, dir.path, HYPRA_FIXED_RESULT_PROGRAM);
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(driver_test::ReadFile(dir.File("small.hgr.part.2")), "0\n1\n0\n1\n1\n0\n");
+  EXPECT_NE(r.out.find("With Fixed Vertices"), std::string::npos);
+  EXPECT_NE(r.out.find("Summary for the 4-way partition:"), std::string::npos);
+}
+
 }  // namespace

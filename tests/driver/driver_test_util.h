@@ -66,11 +66,11 @@ inline std::string ProgramPath() {
   return std::string(HYPRA_BINARY_DIR) + "/hypra";
 }
 
-// Runs the built program with the given arguments in directory cwd.
-inline RunResult RunProgram(const std::vector<std::string> &args, const std::string &cwd) {
+// Runs a program (by default the built one) with the given arguments in directory cwd.
+inline RunResult RunProgram(const std::vector<std::string> &args, const std::string &cwd,
+                            const std::string &program = ProgramPath()) {
   ScratchDir capture;
   const std::string outfile = capture.File("stdout"), errfile = capture.File("stderr");
-  const std::string program = ProgramPath();
   std::fflush(nullptr);
   const pid_t pid = fork();
   if (pid == 0) {
