@@ -79,16 +79,44 @@ char *HyperedgeLine(FILE *fp, char *line, int i) {
   return line;
 }
 
-// Tokens from the start of the line up to the first value below 1.
-long long CountTokens(const char *line) {
-  long long count = 0;
+// What the first pass learns from the hyperedge lines.
+struct PinCount {
+  long long pins;  // the bound on the number of pins
+  long maxvtx;     // the largest token counted, so at least every vertex number read
+};
+
+// Counts the tokens from the start of the line up to the first value below 1.
+void CountTokens(const char *line, PinCount *count) {
   const char *p = line;
   for (;;) {
     char *end;
-    if (std::strtol(p, &end, 10) < 1) return count;
-    count++;
+    const long value = std::strtol(p, &end, 10);
+    if (value < 1) return;
+    count->pins++;
+    if (value > count->maxvtx) count->maxvtx = value;
     p = end;
   }
+}
+
+// The first pass over the file: the header checks, then the hyperedge lines counted.
+PinCount CountPins(const char *filename) {
+  FILE *fp = RVfopen__(filename, "r", "Can't open input file");
+  char *line = NewLineBuffer();
+  const Header h = ReadHeader(fp, line, filename);
+
+  PinCount count{0, 0};
+  for (int i = 0; i < h.nhedges; i++) {
+    HyperedgeLine(fp, line, i);
+    CountTokens(line, &count);
+    // The weight token is counted with the vertices and taken off again.
+    if (HasNetWeights(h.fmt)) count.pins--;
+  }
+  std::fclose(fp);
+  RVfree__(&line);
+
+  if (count.pins > INT_MAX)
+    errexit__("File %s holds more than %d pins, too many to store", filename, INT_MAX);
+  return count;
 }
 
 int WeightValue(long value, const char *what, int index, const char *filename) {
@@ -109,26 +137,12 @@ void CheckWeightTotal(int n, const int *wgt, const char *what, const char *filen
 }  // namespace
 
 int GetNetListSize(const char *filename) {
-  FILE *fp = RVfopen__(filename, "r", "Can't open input file");
-  char *line = NewLineBuffer();
-  const Header h = ReadHeader(fp, line, filename);
-
-  long long total = 0;
-  for (int i = 0; i < h.nhedges; i++) {
-    HyperedgeLine(fp, line, i);
-    // The weight token is counted with the vertices and taken off again.
-    total += CountTokens(line) - (HasNetWeights(h.fmt) ? 1 : 0);
-  }
-  std::fclose(fp);
-  RVfree__(&line);
-
-  if (total > INT_MAX)
-    errexit__("File %s holds more than %d pins, too many to store", filename, INT_MAX);
-  return static_cast<int>(total);
+  return static_cast<int>(CountPins(filename).pins);
 }
 
 HGraph *ReadHGraph(const char *filename) {
-  const int bound = GetNetListSize(filename);
+  const PinCount count = CountPins(filename);
+  const int bound = static_cast<int>(count.pins);
 
   FILE *fp = RVfopen__(filename, "r", "Can't open input file");
   char *line = NewLineBuffer();
@@ -143,8 +157,10 @@ HGraph *ReadHGraph(const char *filename) {
   int *netind = imalloc__(bound > 0 ? bound : 0, "main: netind");
   int *netwgt = HasNetWeights(h.fmt) ? imalloc__(nhedges, "main: netwgt") : nullptr;
   // marker[v] is the last hyperedge in which v was stored, so a repeated vertex is found in
-  // constant time however long the hyperedge.
-  int *marker = ismalloc__(nvtxs, -1, "ReadHGraph: marker");
+  // constant time however long the hyperedge. It covers the vertex numbers the first pass saw,
+  // which a header announcing far more vertices than the file uses does not inflate.
+  const int nmarked = static_cast<int>(count.maxvtx < nvtxs ? count.maxvtx : nvtxs);
+  int *marker = ismalloc__(nmarked, -1, "ReadHGraph: marker");
 
   netptr[0] = 0;
   int npins = 0;
@@ -160,6 +176,7 @@ HGraph *ReadHGraph(const char *filename) {
       if (v < 1) break;
       p = end;
       if (v > nvtxs) errexit__("Mismatch between the provided and actual value of num_cells\n");
+      if (v > nmarked) errexit__("File %s changed while it was being read", filename);
       if (marker[v - 1] == i) continue;
       if (npins >= bound) errexit__("Out of netind memory!");
       marker[v - 1] = i;

@@ -223,4 +223,28 @@ TEST(ReadHGraphDeathTest, WeightsOutOfIntRange) {
               "^The vertex weights of file .*tot.hgr add up to more than");
 }
 
+TEST(ReadHGraph, HugeVertexCountInTheHeaderCostsNothingToRead) {
+  ScratchDir dir;
+  HGraph *g = ReadHGraph(dir.Write("wide.hgr", "2 2147483647\n1 3\n5 1\n").c_str());
+  EXPECT_EQ(g->nvtxs, 2147483647);
+  EXPECT_EQ(Pins(g, 0), (std::vector<int>{0, 2}));
+  EXPECT_EQ(Pins(g, 1), (std::vector<int>{4, 0}));
+  FreeHGraph__(g);
+}
+
+TEST(ReadHGraphDeathTest, HugeHyperedgeCountInAShortFileIsMissingData) {
+  ScratchDir dir;
+  EXPECT_EXIT(ReadHGraph(dir.Write("tall.hgr", "2147483647 3\n1 2\n").c_str()),
+              ::testing::ExitedWithCode(0),
+              "^Data about hyperedge 1 missing from the input file!\n\n$");
+}
+
+TEST(ReadHGraphDeathTest, EmptyHyperedgeIsTestedAfterTheNextLineIsRead) {
+  ScratchDir dir;
+  // Hyperedge 0 is empty and hyperedge 1 names a vertex beyond nvtxs: the line is read (and
+  // the mismatch found) before hyperedge 0 is tested.
+  EXPECT_EXIT(ReadHGraph(dir.Write("em.hgr", "3 4\n\n1 7\n3 4\n").c_str()),
+              ::testing::ExitedWithCode(0), "^Mismatch between");
+}
+
 }  // namespace
