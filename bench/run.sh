@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Partitions the benchmark hypergraphs with fixed seeds and writes bench/results.{md,csv,png}.
 #   bench/run.sh [bench-dir]      (default: ../shared/bench beside the repository)
+#   SEEDS="1" bench/run.sh        (fewer seeds for a quick look)
 # CPU seconds and peak memory are the median over seeds 1, 2 and 3; cut, SOED and the largest
 # part share are those of seed 1.
 set -euo pipefail
@@ -23,10 +24,11 @@ for file in "$bench_dir"/ibm*.hgr; do
   for cfg in "${configs[@]}"; do
     read -r k ub <<<"$cfg"
     runs=()
-    for seed in 1 2 3; do runs+=("$("$prog" "$file" "$k" "$ub" "$seed")"); done
+    for seed in ${SEEDS:-1 2 3}; do runs+=("$("$prog" "$file" "$k" "$ub" "$seed")"); done
     first="${runs[0]}"
-    cpu=$(printf '%s\n' "${runs[@]}" | cut -d, -f4 | sort -g | sed -n 2p)
-    rss=$(printf '%s\n' "${runs[@]}" | cut -d, -f5 | sort -g | sed -n 2p)
+    mid=$(( (${#runs[@]} + 1) / 2 ))
+    cpu=$(printf '%s\n' "${runs[@]}" | cut -d, -f4 | sort -g | sed -n "${mid}p")
+    rss=$(printf '%s\n' "${runs[@]}" | cut -d, -f5 | sort -g | sed -n "${mid}p")
     IFS=, read -r cut soed share _ _ <<<"$first"
     echo "$name,$nv,$pins,$k,$ub,$cut,$soed,$share,$cpu,$(awk "BEGIN{printf \"%.1f\", $rss/1024}")" >> "$csv"
     echo "$name k=$k ub=$ub cut=$cut cpu=$cpu"
