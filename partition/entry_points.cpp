@@ -1,6 +1,7 @@
 // Public entry points: build the control record from the arguments and the options vector,
 // copy the caller's hypergraph, partition or refine it, and hand the result back.
 #include "core/core.h"
+#include "kway/kway.h"
 #include "partition/hypra.h"
 #include "partition/partition.h"
 #include "refine2/refine2.h"
@@ -134,6 +135,45 @@ extern "C" void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *v
                                             int *edgecut) {
   PartRecursive(nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part, edgecut,
                 false);
+}
+
+extern "C" void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                               const int *eind, const int *hewgts, int nparts, int ubfactor,
+                               const int *options, int *part, int *objective) {
+  PartCtrl ctrl{};
+  ctrl.Nparts = nparts;
+  ctrl.UBfactor = static_cast<float>(ubfactor / 100.0);
+  ReadOptions(&ctrl, options, true);
+  ctrl.CoarsenTo = 100;
+  ctrl.MaxNetSize = 50;
+  ctrl.KwayRefine = nparts <= 64 ? 1 : 0;
+  ValidateControl(&ctrl, nparts, ubfactor);
+  // The direct path keeps no vertex in place; honouring a pre-assignment needs recursive
+  // bisection, which contracts the fixed vertices first.
+  if (ctrl.Fixed)
+    errexit__(
+        "HYPRA_PartKway: fixed vertices (options[6] = 1) are not supported by direct "
+        "k-way partitioning; use HYPRA_PartRecursive.\n");
+  ValidateHypergraph(nvtxs, nhedges, eptr, eind);
+  if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
+
+  if (ctrl.dbglvl & DBG_TIME) {
+    InitTimers__(&ctrl);
+    starttimer__(&ctrl, ctrl.TotalTmr);
+  }
+  HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
+  graph->nfixed = 0;
+  // The k-way refiners bound every part by a multiple of the average part weight.
+  ctrl.UBfactor = static_cast<float>(1 + ubfactor / 100.0);
+
+  starttimer__(&ctrl, ctrl.MultilevelTmr);
+  const int best = MultilevelKwayPartition__(&ctrl, graph, part);
+  if (objective) *objective = best;
+  stoptimer__(&ctrl, ctrl.MultilevelTmr);
+  stoptimer__(&ctrl, ctrl.TotalTmr);
+  if (ctrl.dbglvl & DBG_TIME) PrintTimers__(&ctrl, 0);
+
+  FreeHGraph__(graph);
 }
 
 extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr,

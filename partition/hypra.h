@@ -54,14 +54,34 @@ extern "C" {
  *             it must hold on entry -1 for a free vertex or the part a vertex is fixed to;
  *   edgecut   receives the weight of the cut hyperedges.
  */
-void HYPRA_PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
-                         const int *eind, const int *hewgts, int nparts, int ubfactor,
-                         const int *options, int *part, int *edgecut);
+void HYPRA_PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
+                         const int *hewgts, int nparts, int ubfactor, const int *options, int *part,
+                         int *edgecut);
 
 /* As HYPRA_PartRecursive, but never runs the final k-way refinement. */
 void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                                  const int *eind, const int *hewgts, int nparts, int ubfactor,
                                  const int *options, int *part, int *edgecut);
+
+/*
+ * Partitions the hypergraph into nparts parts directly: each of options[1] trials coarsens the
+ * whole hypergraph, splits the coarsest level into nparts parts at once and refines the
+ * partition k-way level by level on the way back; the best trial is kept.
+ *   nparts     number of parts, at least 2;
+ *   ubfactor   balance tolerance 1..49: no part may weigh more than (1 + ubfactor/100) times
+ *              the average part weight, nor less than the average divided by that factor;
+ *   options    see above, read as for HYPRA_PartRecursive, except that options[3] chooses the
+ *              objective: 1 minimizes the cut, 2 the sum of external degrees (SOED); 3 passes
+ *              the validation but has no k-way refiner (the run ends with "Unknown refinement
+ *              type" as soon as a coarsened level is refined); options[5] is not used. Fixed
+ * vertices are not supported: options[6] = 1 ends the process with a message (use
+ * HYPRA_PartRecursive for pre-assigned vertices); part       nvtxs ints; receives the part
+ * (0..nparts-1) of every vertex; objective  receives the best objective found: the cut weight with
+ * options[3] = 1, else the SOED.
+ */
+void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
+                    const int *hewgts, int nparts, int ubfactor, const int *options, int *part,
+                    int *objective);
 
 /*
  * Improves a bisection the caller already has by 10 passes of FM refinement, whatever the
@@ -71,9 +91,8 @@ void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *vwgts, const
  *   part      nvtxs ints, 0 or 1 each: the bisection on entry, the refined bisection on return;
  *   edgecut   receives its cut.
  */
-void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
-                      const int *eind, const int *hewgts, int ubfactor, const int *options,
-                      int *part, int *edgecut);
+void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
+                      const int *hewgts, int ubfactor, const int *options, int *part, int *edgecut);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,284 @@
+// Direct k-way partitioning: coarsen the whole hypergraph once per trial, split the coarsest
+// level into k parts at once, refine k-way on the way back, and keep the best of several trials.
+#include "kway/direct_kway.h"
+
+#include <climits>
+#include <cstdio>
+
+#include "coarsen/coarsen.h"
+#include "kway/kway.h"
+#include "partition/hypra.h"
+#include "partition/partition.h"
+
+namespace {
+
+constexpr int kRefinePasses = 10;
+constexpr int kVCycles = 10;
+
+bool CutObjective(const PartCtrl *ctrl) {
+  return ctrl->RType == 1;
+}
+
+void Flush() {
+  std::fflush(stdout);
+}
+
+// The greedy refiner of the chosen objective.
+void RefineForObjective(PartCtrl *ctrl, HGraph *graph) {
+  if (CutObjective(ctrl))
+    RefineCutKway_Random__(ctrl, graph, kRefinePasses);
+  else
+    RefineSOEDKway_Random__(ctrl, graph, kRefinePasses);
+}
+
+// The chosen objective of `where`, computed from scratch on `graph`.
+int ActualObjective(const PartCtrl *ctrl, HGraph *graph, const int *where) {
+  return CutObjective(ctrl) ? ComputeActualCut__(graph, where) : ComputeActualSOED__(graph, where);
+}
+
+// Releases the grouping and k-way arrays of a hypergraph while keeping its partition.
+void ReleaseKwayWork(HGraph *graph) {
+  RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->nrinfo,
+           &graph->crinfo, &graph->crdata, &graph->nrdata, &graph->kpwgts, &graph->islandmap);
+}
+
+// Slots that keep the best few trials for the final V-cycles.
+struct KeepSlots {
+  int count = 0;
+  int *parts[3] = {nullptr, nullptr, nullptr};
+  int objs[3] = {0, 0, 0};
+};
+
+void OfferToSlots(KeepSlots &keep, const int *where, int nvtxs, int obj) {
+  int worst = 0;
+  for (int i = 1; i < keep.count; i++)
+    if (keep.objs[i] > keep.objs[worst]) worst = i;
+  if (keep.count > 0 && keep.objs[worst] > obj) {
+    icopy__(nvtxs, where, keep.parts[worst]);
+    keep.objs[worst] = obj;
+  }
+}
+
+// An objective that no partition can reach: every hyperedge cut into ten parts, plus one.
+int ImpossibleObjective(const HGraph *graph) {
+  long long total = 0;
+  for (int e = 0; e < graph->nhedges; e++) total += graph->netwgt[e];
+  const long long impossible = 10 * total + 1;
+  if (impossible > INT_MAX || impossible < INT_MIN)
+    errexit__("MultilevelKwayPartition: the total hyperedge weight %lld is too large", total);
+  return static_cast<int>(impossible);
+}
+
+// Takes the pruned hypergraph's partition over onto the full hypergraph. When hyperedges were
+// pruned, the partition is refined again with every hyperedge counted.
+void AdoptPrunedPartition(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) {
+  const bool trace = ctrl->dbglvl & DBG_TRACE;
+  if (pgraph->nhedges < graph->nhedges) {
+    if (trace) {
+      std::printf("[%d, ", ActualObjective(ctrl, graph, pgraph->where));
+      Flush();
+    }
+    AllocateKwayRefinementMemory__(ctrl, graph);
+    RVfree__(&graph->where);
+    graph->where = pgraph->where;
+    pgraph->where = nullptr;
+    RefineForObjective(ctrl, graph);
+    if (trace) {
+      std::printf("%d]", graph->kwayobj);
+      Flush();
+    }
+  } else {
+    graph->where = pgraph->where;
+    pgraph->where = nullptr;
+    graph->mincut = pgraph->mincut;
+    graph->soed = pgraph->soed;
+    graph->kwayobj = pgraph->kwayobj;
+  }
+}
+
+}  // namespace
+
+bool DirectKwayWantsVCycles(const PartCtrl *ctrl, int obj, int best, bool improving) {
+  switch (ctrl->Vcycle) {
+    case 3:
+      return best * 1.2 > obj || obj - best < 20;
+    case 2:
+      return obj <= best || improving;
+    default:
+      return false;
+  }
+}
+
+int DirectKwayKeptSlots(const PartCtrl *ctrl) {
+  const int wanted = ctrl->Nruns > 10 ? 3 : 2;
+  return wanted < ctrl->Nruns ? wanted : ctrl->Nruns;
+}
+
+int ComputeActualSOED__(HGraph *graph, const int *part) {
+  const int nvtxs = graph->nvtxs;
+  int nparts = 0;
+  if (nvtxs > 0) {
+    const int least = part[iamin__(nvtxs, part)];
+    if (least < 0) errexit__("ComputeActualSOED: a vertex has the negative part %d", least);
+    nparts = part[iamax__(nvtxs, part)] + 1;
+  }
+  int *htable = ismalloc__(nparts, -1, "htable");
+  int soed = 0;
+  for (int e = 0; e < graph->nhedges; e++) {
+    int span = 0;
+    for (int j = graph->netptr[e]; j < graph->netptr[e + 1]; j++) {
+      const int p = part[graph->netind[j]];
+      if (htable[p] != e) {
+        htable[p] = e;
+        span++;
+      }
+    }
+    if (span > 1) soed += span * graph->netwgt[e];
+  }
+  RVfree__(&htable);
+  return soed;
+}
+
+float ComputeBalanceKway__(PartCtrl *ctrl, HGraph *graph, const int *part) {
+  const int nparts = ctrl->Nparts;
+  int *kpwgts = ismalloc__(nparts, 0, "ComputeBalanceKway: kpwgts");
+  for (int v = 0; v < graph->nvtxs; v++) {
+    if (part[v] < 0 || part[v] >= nparts)
+      errexit__("ComputeBalanceKway: vertex %d is in part %d, outside 0..%d", v, part[v],
+                nparts - 1);
+    kpwgts[part[v]] += graph->cellwgt[v];
+  }
+  const int heaviest = nparts > 0 ? kpwgts[iamax__(nparts, kpwgts)] : 0;
+  const int total = iasum__(nparts, kpwgts);
+  RVfree__(&kpwgts);
+  return static_cast<float>(static_cast<double>(nparts) * heaviest / total);
+}
+
+void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph) {
+  starttimer__(ctrl, ctrl->InitPartTmr);
+  const int nvtxs = graph->nvtxs;
+  int *bestwhere = imalloc__(nvtxs, "InitPartitionKway: bestwhere");
+  AllocateKwayRefinementMemory__(ctrl, graph);
+
+  // Two quick runs of recursive bisection, no V-cycles, seeded from the clock.
+  const int options[9] = {1, 2, 2, 1, 0, 0, 0, -1, 0};
+  int edgecut = 0;
+  HYPRA_PartRecursiveInternal(nvtxs, graph->nhedges, graph->cellwgt, graph->netptr, graph->netind,
+                              graph->netwgt, ctrl->Nparts, 1, options, graph->where, &edgecut);
+
+  switch (ctrl->RType) {
+    case 1:
+      RefineCutKway_Random__(ctrl, graph, kRefinePasses);
+      break;
+    case 2:
+      RefineSOEDKway_Random__(ctrl, graph, kRefinePasses);
+      break;
+    default:
+      // No refiner for this objective: kwayobj stays as the record held it.
+      break;
+  }
+
+  // A single initial trial, kept in the shape of a best-of loop.
+  const int bestobj = graph->kwayobj;
+  icopy__(nvtxs, graph->where, bestwhere);
+  icopy__(nvtxs, bestwhere, graph->where);
+  graph->kwayobj = bestobj;
+
+  if (ctrl->dbglvl & DBG_INITPART)
+    std::printf("%d-way initial %s: %d\n", ctrl->Nparts, CutObjective(ctrl) ? "cut" : "soed",
+                graph->kwayobj);
+  RVfree__(&bestwhere);
+  stoptimer__(ctrl, ctrl->InitPartTmr);
+}
+
+int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
+  const int nvtxs = graph->nvtxs;
+  const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);
+  const bool trace = ctrl->dbglvl & DBG_TRACE;
+  if (summary)
+    std::printf("\n  Partitioning a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
+                nvtxs, graph->nhedges, ctrl->UBfactor);
+
+  CreateIncidentHGraph__(graph);
+  HGraph *pgraph = PruneHGraph__(ctrl, graph);
+  const int impossible = ImpossibleObjective(graph);
+  int best = impossible, bestpruned = impossible;
+  long long total = 0;
+  ctrl->MaxCellWgt = ComputeMaxCellWgt__(ctrl, nvtxs, graph->cellwgt);
+
+  KeepSlots keep;
+  if (ctrl->Vcycle == 1) {
+    keep.count = DirectKwayKeptSlots(ctrl);
+    for (int i = 0; i < keep.count; i++) {
+      keep.parts[i] = imalloc__(nvtxs, "Hypergraph_Bisection: parts[i]");
+      keep.objs[i] = impossible;
+    }
+  }
+
+  const int oldCType = ctrl->CType;
+  InitRandom__(ctrl->Seed);
+
+  for (int trial = 0; trial < ctrl->Nruns; trial++) {
+    if (oldCType == 1) ctrl->CType = trial % 2 == 0 ? 1 : 2;
+
+    HGraph *coarsest = Coarsen__(ctrl, pgraph);
+    InitPartitionKway__(ctrl, coarsest);
+    RefineKway__(ctrl, pgraph, coarsest);
+    const bool improving = pgraph->kwayobj < bestpruned;
+    if (improving) bestpruned = pgraph->kwayobj;
+
+    if (trace) {
+      std::printf("    Cut/SOED of trial %4d:\t %6d %6d", trial, pgraph->mincut, pgraph->soed);
+      Flush();
+    }
+    AdoptPrunedPartition(ctrl, graph, pgraph);
+    if (trace) {
+      std::printf(" [%4.2f]\n", ComputeBalanceKway__(ctrl, graph, graph->where));
+      Flush();
+    }
+
+    if (DirectKwayWantsVCycles(ctrl, graph->kwayobj, best, improving)) {
+      ReleaseKwayWork(graph);
+      VCycleRefinementKway__(ctrl, graph, kVCycles);
+    }
+    if (ctrl->dbglvl & DBG_RUNS)
+      std::printf("    Cut/SOED of trial %4d:\t %6d %6d [%4.2f]\n", trial, graph->mincut,
+                  graph->soed, ComputeBalanceKway__(ctrl, graph, graph->where));
+
+    const int obj = graph->kwayobj;
+    total += obj;
+    if (obj < best) {
+      icopy__(nvtxs, graph->where, part);
+      best = obj;
+    }
+    if (ctrl->Vcycle == 1) OfferToSlots(keep, graph->where, nvtxs, obj);
+
+    FreeRootHGraph__(graph);
+    FreeRootHGraph__(pgraph);
+  }
+  ctrl->CType = oldCType;
+
+  if (ctrl->Vcycle == 1) {
+    graph->where = imalloc__(nvtxs, "Hypergraph_Bisection: where");
+    for (int i = 0; i < keep.count; i++) {
+      icopy__(nvtxs, keep.parts[i], graph->where);
+      graph->kwayobj = keep.objs[i];
+      VCycleRefinementKway__(ctrl, graph, kVCycles);
+      if (graph->kwayobj < best) {
+        icopy__(nvtxs, graph->where, part);
+        best = graph->kwayobj;
+      }
+      RVfree__(&keep.parts[i]);
+      ReleaseKwayWork(graph);
+    }
+    FreeRootHGraph__(graph);
+  }
+
+  if (summary)
+    std::printf("    The %s for this partitioning = %d, (average = %3.1f) (balance = %4.2f)\n",
+                CutObjective(ctrl) ? "mincut" : "minsoed", best,
+                static_cast<double>(total) / ctrl->Nruns, ComputeBalanceKway__(ctrl, graph, part));
+
+  FreeHGraph__(pgraph);
+  return best;
+}
