@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
 # Partitions the benchmark hypergraphs with fixed seeds and writes bench/results.{md,csv,png}.
+# Each instance is partitioned by recursive bisection (method rb) and by the direct k-way path
+# (method kway, k = 4 to 64).
 #   bench/run.sh [bench-dir]      (default: ../shared/bench beside the repository)
 #   SEEDS="1" bench/run.sh        (fewer seeds for a quick look)
 # CPU seconds and peak memory are the median over seeds 1, 2 and 3; cut, SOED and the largest
@@ -13,33 +15,36 @@ cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$root/build" -j"$(nproc)" --target bench_partition >/dev/null
 prog="$root/build/bench/bench_partition"
 
-configs=("2 2" "2 10" "4 5" "8 5" "16 5" "32 5" "64 5")
+configs=("rb 2 2" "rb 2 10" "rb 4 5" "rb 8 5" "rb 16 5" "rb 32 5" "rb 64 5"
+         "kway 4 5" "kway 8 5" "kway 16 5" "kway 32 5" "kway 64 5")
 csv="$out/results.csv"
-echo "instance,vertices,pins,k,ubfactor,cut,soed,largest_share,cpu_seconds,peak_rss_mb" > "$csv"
+echo "instance,vertices,pins,method,k,ubfactor,cut,soed,largest_share,cpu_seconds,peak_rss_mb" > "$csv"
 for file in "$bench_dir"/ibm*.hgr; do
   name=$(basename "$file" .hgr)
   case "$name" in *.weight) continue ;; esac
   read -r _ nv < <(grep -v '^%' "$file" | head -n 1)
   pins=$(grep -v '^%' "$file" | tail -n +2 | wc -w)
   for cfg in "${configs[@]}"; do
-    read -r k ub <<<"$cfg"
+    read -r method k ub <<<"$cfg"
+    extra=()
+    [ "$method" = kway ] && extra=(kway)
     runs=()
-    for seed in ${SEEDS:-1 2 3}; do runs+=("$("$prog" "$file" "$k" "$ub" "$seed")"); done
+    for seed in ${SEEDS:-1 2 3}; do runs+=("$("$prog" "$file" "$k" "$ub" "$seed" "${extra[@]}")"); done
     first="${runs[0]}"
     mid=$(( (${#runs[@]} + 1) / 2 ))
     cpu=$(printf '%s\n' "${runs[@]}" | cut -d, -f4 | sort -g | sed -n "${mid}p")
     rss=$(printf '%s\n' "${runs[@]}" | cut -d, -f5 | sort -g | sed -n "${mid}p")
     IFS=, read -r cut soed share _ _ <<<"$first"
-    echo "$name,$nv,$pins,$k,$ub,$cut,$soed,$share,$cpu,$(awk "BEGIN{printf \"%.1f\", $rss/1024}")" >> "$csv"
-    echo "$name k=$k ub=$ub cut=$cut cpu=$cpu"
+    echo "$name,$nv,$pins,$method,$k,$ub,$cut,$soed,$share,$cpu,$(awk "BEGIN{printf \"%.1f\", $rss/1024}")" >> "$csv"
+    echo "$name $method k=$k ub=$ub cut=$cut cpu=$cpu"
   done
 done
 
 {
-  echo "| instance | k | UBfactor | cut | SOED | largest part share | CPU s (median of 3) | peak RSS MB |"
-  echo "|---|---:|---:|---:|---:|---:|---:|---:|"
-  tail -n +2 "$csv" | while IFS=, read -r inst _ _ k ub cut soed share cpu rss; do
-    echo "| $inst | $k | $ub | $cut | $soed | $share | $cpu | $rss |"
+  echo "| instance | method | k | UBfactor | cut | SOED | largest part share | CPU s (median of 3) | peak RSS MB |"
+  echo "|---|---|---:|---:|---:|---:|---:|---:|---:|"
+  tail -n +2 "$csv" | while IFS=, read -r inst _ _ method k ub cut soed share cpu rss; do
+    echo "| $inst | $method | $k | $ub | $cut | $soed | $share | $cpu | $rss |"
   done
 } > "$out/results.md"
 
@@ -55,9 +60,9 @@ set multiplot layout 1,2
 set xlabel "pins"
 set ylabel "CPU seconds"
 set key left top
-plot for [k in "2 4 16 64"] "$csv" using (\$4==k+0 && (\$4!=2 || \$5==2) ? \$3 : 1/0):9 with linespoints title "k=".k
+plot for [k in "2 4 16 64"] "$csv" using (strcol(4) eq "rb" && \$5==k+0 && (\$5!=2 || \$6==2) ? \$3 : 1/0):10 with linespoints title "k=".k
 set ylabel "cut"
-plot for [k in "2 4 16 64"] "$csv" using (\$4==k+0 && (\$4!=2 || \$5==2) ? \$3 : 1/0):6 with linespoints title "k=".k
+plot for [k in "2 4 16 64"] "$csv" using (strcol(4) eq "rb" && \$5==k+0 && (\$5!=2 || \$6==2) ? \$3 : 1/0):7 with linespoints title "k=".k
 unset multiplot
 GP
 echo "Wrote $out/results.csv, $out/results.md and $out/results.png"
