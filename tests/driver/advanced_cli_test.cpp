@@ -3,8 +3,8 @@
 // and bad arguments end with a message and a non-zero status.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -72,7 +72,11 @@ Objectives RingObjectives(int n, const std::vector<int> &part) {
 
 // Everything printed apart from the lines that report measured times.
 std::string WithoutTimes(const std::string &out) {
-  return std::regex_replace(out, std::regex(R"(\d+\.\d+sec)"), "#sec");
+  std::istringstream in(out);
+  std::string kept;
+  for (std::string line; std::getline(in, line);)
+    if (line.find(" Time:") == std::string::npos) kept += line + "\n";
+  return kept;
 }
 
 int Count(const std::string &text, const std::string &what) {
@@ -81,10 +85,11 @@ int Count(const std::string &text, const std::string &what) {
   return n;
 }
 
-int ReportedInt(const std::string &out, const std::string &pattern) {
-  std::smatch m;
-  if (!std::regex_search(out, m, std::regex(pattern))) return -1;
-  return std::stoi(m[1]);
+// The integer printed right after `label` (leading blanks skipped), or -1 when absent.
+int ReportedInt(const std::string &out, const std::string &label) {
+  const size_t at = out.find(label);
+  if (at == std::string::npos) return -1;
+  return static_cast<int>(std::strtol(out.c_str() + at + label.size(), nullptr, 10));
 }
 
 TEST(AdvancedCli, DefaultsWithSeedMatchTheLibraryCall) {
@@ -205,12 +210,12 @@ TEST(AdvancedCli, KwayReportsTheObjectivesOfItsPartition) {
     EXPECT_NE(r.out.find("K-way Partitioning..."), std::string::npos);
 
     const Objectives o = RingObjectives(300, ReadParts(dir.File("ring.hgr.part.4")));
-    EXPECT_EQ(ReportedInt(r.out, R"(Hyperedge Cut: +(\d+))"), o.cut);
-    EXPECT_EQ(ReportedInt(r.out, R"(Sum of External Degrees: +(\d+))"), o.soed);
+    EXPECT_EQ(ReportedInt(r.out, "Hyperedge Cut:"), o.cut);
+    EXPECT_EQ(ReportedInt(r.out, "Sum of External Degrees:"), o.soed);
     if (rtype == 1)
-      EXPECT_EQ(ReportedInt(r.out, R"(The mincut for this partitioning = (\d+),)"), o.cut);
+      EXPECT_EQ(ReportedInt(r.out, "The mincut for this partitioning = "), o.cut);
     else
-      EXPECT_EQ(ReportedInt(r.out, R"(The minsoed for this partitioning = (\d+),)"), o.soed);
+      EXPECT_EQ(ReportedInt(r.out, "The minsoed for this partitioning = "), o.soed);
   }
 }
 
