@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "common/test_hypergraphs.h"
 #include "core/core.h"
 #include "driver/driver.h"
 #include "driver_test_util.h"
@@ -79,11 +80,7 @@ std::string WithoutTimes(const std::string &out) {
   return kept;
 }
 
-int Count(const std::string &text, const std::string &what) {
-  int n = 0;
-  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) n++;
-  return n;
-}
+using testhg::Count;
 
 // The integer printed right after `label` (leading blanks skipped), or -1 when absent.
 int ReportedInt(const std::string &out, const std::string &label) {

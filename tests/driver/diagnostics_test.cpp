@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "common/test_hypergraphs.h"
 #include "driver/driver.h"
 #include "driver/driver_internal.h"
 #include "driver_test_util.h"
@@ -16,21 +17,7 @@ using driver_test::ScratchDir;
 // A hypergraph built in memory with unit hyperedge weights unless given.
 HGraph *Build(int nvtxs, const std::vector<std::vector<int>> &hedges,
               const std::vector<int> &netwgt = {}) {
-  HGraph *g = CreateHGraph__();
-  g->nvtxs = nvtxs;
-  g->nhedges = static_cast<int>(hedges.size());
-  int npins = 0;
-  for (const auto &e : hedges) npins += static_cast<int>(e.size());
-  g->netptr = imalloc__(g->nhedges + 1, "test: netptr");
-  g->netind = imalloc__(npins, "test: netind");
-  g->netwgt = imalloc__(g->nhedges, "test: netwgt");
-  g->netptr[0] = 0;
-  for (int e = 0; e < g->nhedges; e++) {
-    for (size_t j = 0; j < hedges[e].size(); j++) g->netind[g->netptr[e] + j] = hedges[e][j];
-    g->netptr[e + 1] = g->netptr[e] + static_cast<int>(hedges[e].size());
-    g->netwgt[e] = netwgt.empty() ? 1 : netwgt[e];
-  }
-  return g;
+  return testhg::NetsOnly(nvtxs, hedges, netwgt);
 }
 
 TEST(WriteHGraph, RoundTripThroughTheReader) {

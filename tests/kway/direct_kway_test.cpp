@@ -6,22 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "common/test_hypergraphs.h"
 #include "kway/kway.h"
 #include "partition/hypra.h"
 #include "partition/partition.h"
 
 namespace {
 
-struct Hypergraph {
-  int nvtxs = 0;
-  std::vector<int> eptr{0}, eind, hewgts, vwgts;
-  void Add(const std::vector<int> &pins, int w = 1) {
-    for (int v : pins) eind.push_back(v);
-    eptr.push_back(static_cast<int>(eind.size()));
-    hewgts.push_back(w);
-  }
-  int nhedges() const { return static_cast<int>(hewgts.size()); }
-};
+using testhg::Hypergraph;
 
 // A ring of 3-pin hyperedges with chords: n vertices, no single-pin hyperedge, every hyperedge
 // at most 3 pins unless `bignet` adds one hyperedge over the first 51 vertices.
@@ -39,16 +31,9 @@ Hypergraph Ring(int n, bool bignet = false) {
 }
 
 // The hypergraph as the direct k-way driver receives it: arrays only, no incidence lists.
-HGraph *ToHGraph(const Hypergraph &h) {
-  HGraph *g = CreateHGraph__();
-  g->nvtxs = h.nvtxs;
-  g->nhedges = h.nhedges();
+HGraph *KwayInput(const Hypergraph &h) {
+  HGraph *g = testhg::ToHGraph(h);
   g->nfixed = 0;
-  g->cellwgt = icopy__(h.nvtxs, h.vwgts.data(), imalloc__(h.nvtxs, "test: cellwgt"));
-  g->netwgt = icopy__(g->nhedges, h.hewgts.data(), imalloc__(g->nhedges, "test: netwgt"));
-  g->netptr = icopy__(g->nhedges + 1, h.eptr.data(), imalloc__(g->nhedges + 1, "test: netptr"));
-  const int npins = static_cast<int>(h.eind.size());
-  g->netind = icopy__(npins, h.eind.data(), imalloc__(npins, "test: netind"));
   return g;
 }
 
@@ -76,7 +61,7 @@ struct RunOutput {
 // Runs the driver with a pinned clock, so that the inner clock-seeded bisections repeat.
 RunOutput RunDriver(const Hypergraph &h, PartCtrl ctrl) {
   SetClockOverride__(12345);
-  HGraph *g = ToHGraph(h);
+  HGraph *g = KwayInput(h);
   RunOutput r;
   r.part.assign(h.nvtxs, -1);
   testing::internal::CaptureStdout();
@@ -87,11 +72,7 @@ RunOutput RunDriver(const Hypergraph &h, PartCtrl ctrl) {
   return r;
 }
 
-int Count(const std::string &text, const std::string &what) {
-  int n = 0;
-  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) n++;
-  return n;
-}
+using testhg::Count;
 
 // The V-cycle trace opens each V-cycle with ten spaces and a bracket.
 int VCycleRuns(const std::string &out) {
@@ -107,16 +88,7 @@ std::vector<std::string> TrialTraceLines(const std::string &out) {
   return lines;
 }
 
-int Cut(const Hypergraph &h, const std::vector<int> &part) {
-  int cut = 0;
-  for (int e = 0; e < h.nhedges(); e++)
-    for (int j = h.eptr[e] + 1; j < h.eptr[e + 1]; j++)
-      if (part[h.eind[j]] != part[h.eind[h.eptr[e]]]) {
-        cut += h.hewgts[e];
-        break;
-      }
-  return cut;
-}
+using testhg::Cut;
 
 int Soed(const Hypergraph &h, const std::vector<int> &part) {
   int soed = 0;
@@ -212,7 +184,7 @@ TEST(DirectKway, ActualSoedWithoutHyperedgesIsZero) {
   Hypergraph h;
   h.nvtxs = 3;
   h.vwgts = {1, 1, 1};
-  HGraph *g = ToHGraph(h);
+  HGraph *g = KwayInput(h);
   const int part[] = {0, 1, 2};
   EXPECT_EQ(ComputeActualSOED__(g, part), 0);
   FreeHGraph__(g);
@@ -226,7 +198,7 @@ TEST(DirectKway, ActualSoedCountsPartsTimesWeight) {
   h.Add({0, 2, 3}, 2);     // parts 0,1,2: 3 x 2
   h.Add({3, 4, 1, 2}, 5);  // parts 2,2,0,1: 3 x 5
   h.Add({2, 1}, 1);        // parts 1,0: 2 x 1
-  HGraph *g = ToHGraph(h);
+  HGraph *g = KwayInput(h);
   const int part[] = {0, 0, 1, 2, 2};
   EXPECT_EQ(ComputeActualSOED__(g, part), 6 + 15 + 2);
   EXPECT_EQ(ComputeActualCut__(g, part), 2 + 5 + 1);
@@ -237,7 +209,7 @@ TEST(DirectKway, BalanceIsPartsTimesHeaviestOverTotal) {
   Hypergraph h;
   h.nvtxs = 4;
   h.vwgts = {3, 1, 2, 2};
-  HGraph *g = ToHGraph(h);
+  HGraph *g = KwayInput(h);
   PartCtrl ctrl = MakeCtrl(3, 1, 0, 1, 0);
   const int part[] = {0, 1, 1, 2};  // weights 3, 3, 2 of 8
   EXPECT_FLOAT_EQ(ComputeBalanceKway__(&ctrl, g, part), static_cast<float>(3.0 * 3 / 8));

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/test_hypergraphs.h"
 #include "core/core.h"
 #include "kway/kway.h"
 
@@ -17,26 +18,7 @@ namespace kwaytest {
 inline HGraph *MakeGraph(int nvtxs, const std::vector<std::vector<int>> &nets,
                          const std::vector<int> &netwgts = {},
                          const std::vector<int> &cellwgts = {}) {
-  HGraph *g = CreateHGraph__();
-  g->nvtxs = nvtxs;
-  g->nhedges = static_cast<int>(nets.size());
-  g->nfixed = 0;
-  int npins = 0;
-  for (auto &n : nets) npins += static_cast<int>(n.size());
-  g->netptr = imalloc__(g->nhedges + 1, "test: netptr");
-  g->netind = imalloc__(npins, "test: netind");
-  g->netwgt = imalloc__(g->nhedges, "test: netwgt");
-  g->cellwgt = imalloc__(nvtxs, "test: cellwgt");
-  int k = 0;
-  g->netptr[0] = 0;
-  for (int e = 0; e < g->nhedges; e++) {
-    for (int v : nets[e]) g->netind[k++] = v;
-    g->netptr[e + 1] = k;
-    g->netwgt[e] = netwgts.empty() ? 1 : netwgts[e];
-  }
-  for (int v = 0; v < nvtxs; v++) g->cellwgt[v] = cellwgts.empty() ? 1 : cellwgts[v];
-  CreateIncidentHGraph__(g);
-  return g;
+  return testhg::Make(nvtxs, nets, netwgts, cellwgts);
 }
 
 inline PartCtrl MakeCtrl(int nparts, float ubfactor) {
@@ -94,35 +76,7 @@ inline std::map<int, int> NetParts(const HGraph *g, int e) {
 // Reads a benchmark hypergraph (unweighted or with vertex weights); drops repeated pins and
 // hyperedges left with fewer than two pins, whose tracked gains are known to drift.
 inline HGraph *ReadBench(const std::string &path) {
-  FILE *fp = std::fopen(path.c_str(), "r");
-  if (fp == nullptr) return nullptr;
-  char line[1 << 16];
-  int nhedges = 0, nvtxs = 0, fmt = 0;
-  while (std::fgets(line, sizeof line, fp) && line[0] == '%') {
-  }
-  std::sscanf(line, "%d %d %d", &nhedges, &nvtxs, &fmt);
-  std::vector<std::vector<int>> nets;
-  std::vector<int> mark(nvtxs, -1);
-  for (int e = 0; e < nhedges && std::fgets(line, sizeof line, fp);) {
-    if (line[0] == '%') continue;
-    std::vector<int> pins;
-    char *p = line, *end;
-    for (long x = std::strtol(p, &end, 10); end != p; x = std::strtol(p, &end, 10)) {
-      p = end;
-      if (x >= 1 && x <= nvtxs && mark[x - 1] != e) {
-        mark[x - 1] = e;
-        pins.push_back(static_cast<int>(x - 1));
-      }
-    }
-    if (pins.size() >= 2) nets.push_back(pins);
-    e++;
-  }
-  std::vector<int> cw(nvtxs, 1);
-  if (fmt % 100 >= 10)
-    for (int v = 0; v < nvtxs && std::fgets(line, sizeof line, fp);)
-      if (line[0] != '%') cw[v++] = std::atoi(line);
-  std::fclose(fp);
-  return MakeGraph(nvtxs, nets, {}, cw);
+  return testhg::MakeBench(path, 2);
 }
 
 }  // namespace kwaytest

@@ -5,21 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "common/test_hypergraphs.h"
 #include "core/core.h"
 
-struct TestHypergraph {
-  int nvtxs = 0;
-  std::vector<int> eptr{0};
-  std::vector<int> eind;
-  std::vector<int> hewgts;
-  std::vector<int> vwgts;
-  int nhedges() const { return static_cast<int>(eptr.size()) - 1; }
-  void Add(const std::vector<int> &pins, int wgt = 1) {
-    eind.insert(eind.end(), pins.begin(), pins.end());
-    eptr.push_back(static_cast<int>(eind.size()));
-    hewgts.push_back(wgt);
-  }
-};
+using TestHypergraph = testhg::Hypergraph;
 
 // A deterministic generator independent of the C library's rand(), so fixtures never disturb
 // the random sequence the partitioner draws from.
@@ -59,32 +48,10 @@ inline TestHypergraph RingHypergraph(int nvtxs, int nhedges, uint64_t seed, bool
 }
 
 inline int CutOf(const TestHypergraph &h, const std::vector<int> &part) {
-  int cut = 0;
-  for (int e = 0; e < h.nhedges(); e++)
-    for (int j = h.eptr[e] + 1; j < h.eptr[e + 1]; j++)
-      if (part[h.eind[j]] != part[h.eind[h.eptr[e]]]) {
-        cut += h.hewgts[e];
-        break;
-      }
-  return cut;
+  return testhg::Cut(h, part);
 }
 
-inline int Count(const std::string &text, const std::string &what) {
-  int n = 0;
-  for (size_t pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos + 1)) n++;
-  return n;
-}
+using testhg::Count;
 
 // Builds an HGraph record that owns copies of the arrays.
-inline HGraph *ToHGraph(const TestHypergraph &h) {
-  HGraph *g = CreateHGraph__();
-  g->nvtxs = h.nvtxs;
-  g->nhedges = h.nhedges();
-  g->netptr = icopy__(g->nhedges + 1, h.eptr.data(), imalloc__(g->nhedges + 1, "test: netptr"));
-  g->netind = icopy__(h.eptr.back(), h.eind.data(), imalloc__(h.eptr.back(), "test: netind"));
-  g->netwgt = icopy__(g->nhedges, h.hewgts.data(), imalloc__(g->nhedges, "test: netwgt"));
-  g->cellwgt = ismalloc__(h.nvtxs, 1, "test: cellwgt");
-  for (int v = 0; v < h.nvtxs && v < static_cast<int>(h.vwgts.size()); v++)
-    g->cellwgt[v] = h.vwgts[v];
-  return g;
-}
+using testhg::ToHGraph;

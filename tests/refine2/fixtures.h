@@ -10,12 +10,13 @@
 #include <string>
 #include <vector>
 
+#include "common/test_hypergraphs.h"
 #include "core/core.h"
 #include "refine2/refine2.h"
 
 namespace r2test {
 
-using Nets = std::vector<std::vector<int>>;
+using testhg::Nets;
 
 // A control record as a bisection of two equal halves with a 5 % tolerance sets it.
 inline PartCtrl Ctrl(int dbglvl = 0) {
@@ -37,26 +38,7 @@ inline PartCtrl Ctrl(int dbglvl = 0) {
 // when given. Weights default to 1.
 inline HGraph *Make(int nvtxs, const Nets &nets, std::vector<int> netwgt = {},
                     std::vector<int> cellwgt = {}, std::vector<int> where = {}, int nfixed = 0) {
-  HGraph *g = CreateHGraph__();
-  const int nhedges = static_cast<int>(nets.size());
-  g->nvtxs = nvtxs;
-  g->nhedges = nhedges;
-  g->nfixed = nfixed;
-  int npins = 0;
-  for (const auto &n : nets) npins += static_cast<int>(n.size());
-  g->netptr = imalloc__(nhedges + 1, "test: netptr");
-  g->netind = imalloc__(npins, "test: netind");
-  g->netwgt = imalloc__(nhedges, "test: netwgt");
-  g->cellwgt = imalloc__(nvtxs, "test: cellwgt");
-  g->netptr[0] = 0;
-  int k = 0;
-  for (int e = 0; e < nhedges; e++) {
-    for (int v : nets[e]) g->netind[k++] = v;
-    g->netptr[e + 1] = k;
-    g->netwgt[e] = netwgt.empty() ? 1 : netwgt[e];
-  }
-  for (int v = 0; v < nvtxs; v++) g->cellwgt[v] = cellwgt.empty() ? 1 : cellwgt[v];
-  CreateIncidentHGraph__(g);
+  HGraph *g = testhg::Make(nvtxs, nets, netwgt, cellwgt, nfixed);
   AllocateRefinementMemory__(g);
   for (int v = 0; v < static_cast<int>(where.size()); v++) g->where[v] = where[v];
   return g;
@@ -124,12 +106,7 @@ inline bool Balanced(const HGraph *g, const PartCtrl &ctrl) {
   return g->pwgts[0] >= min0 && g->pwgts[1] >= min1;
 }
 
-inline int Count(const std::string &text, const std::string &pattern) {
-  int n = 0;
-  for (size_t pos = text.find(pattern); pos != std::string::npos; pos = text.find(pattern, pos + 1))
-    n++;
-  return n;
-}
+using testhg::Count;
 
 // Random hypergraph without single-pin hyperedges: nets of 2..maxsize distinct pins, vertex
 // weights 1..maxcw, hyperedge weights 1..maxnw.
@@ -162,55 +139,8 @@ inline void Alternate(HGraph *g) {
 // Reads a benchmark hypergraph (header "nhedges nvtxs [fmt]", 1-based pins, '%' comments),
 // dropping hyperedges with fewer than two distinct pins. Null when the file is absent.
 inline HGraph *ReadBench(const std::string &name) {
-  const std::string path = std::string(HYPRA_BENCH_DIR) + "/" + name;
-  FILE *f = std::fopen(path.c_str(), "r");
-  if (f == nullptr) return nullptr;
-  std::string line;
-  auto getline = [&]() {
-    line.clear();
-    int c;
-    while ((c = std::fgetc(f)) != EOF && c != '\n') line.push_back(static_cast<char>(c));
-    return !(c == EOF && line.empty());
-  };
-  while (getline() && (line.empty() || line[0] == '%')) {
-  }
-  int nhedges = 0, nvtxs = 0, fmt = 0;
-  if (std::sscanf(line.c_str(), "%d %d %d", &nhedges, &nvtxs, &fmt) < 2) {
-    std::fclose(f);
-    return nullptr;
-  }
-  Nets nets;
-  std::vector<int> netwgt, cellwgt(nvtxs, 1), mark(nvtxs, -1);
-  for (int e = 0; e < nhedges && getline();) {
-    if (!line.empty() && line[0] == '%') continue;
-    const char *p = line.c_str();
-    char *end;
-    std::vector<int> pins;
-    int w = 1;
-    bool first = true;
-    for (;;) {
-      const long x = std::strtol(p, &end, 10);
-      if (end == p) break;
-      p = end;
-      if (first && fmt % 10 == 1) {
-        w = static_cast<int>(x);
-      } else if (x >= 1 && x <= nvtxs && mark[x - 1] != e) {
-        mark[x - 1] = e;
-        pins.push_back(static_cast<int>(x) - 1);
-      }
-      first = false;
-    }
-    if (pins.size() >= 2) {
-      nets.push_back(pins);
-      netwgt.push_back(w);
-    }
-    e++;
-  }
-  if (fmt / 10 % 10 == 1)
-    for (int v = 0; v < nvtxs && getline();)
-      if (line.empty() || line[0] != '%') cellwgt[v++] = static_cast<int>(std::atol(line.c_str()));
-  std::fclose(f);
-  return Make(nvtxs, nets, netwgt, cellwgt);
+  const auto b = testhg::ReadBench(std::string(HYPRA_BENCH_DIR) + "/" + name, 2);
+  return b ? Make(b->nvtxs, b->nets, b->netwgt, b->cellwgt) : nullptr;
 }
 
 }  // namespace r2test
