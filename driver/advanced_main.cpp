@@ -143,14 +143,6 @@ Arguments ParseArguments(int argc, char *argv[]) {
   return a;
 }
 
-// Writes the partition to a file of the caller's choosing, completely or not at all.
-void WritePartitionTo(int nvtxs, const int *part, const char *path) {
-  OutputFile out;
-  OpenOutputFile(path, "hypra-advanced: partition file", &out);
-  for (int i = 0; i < nvtxs; i++) std::fprintf(out.fp, "%d\n", part[i]);
-  CloseOutputFile(&out);
-}
-
 }  // namespace
 
 int main(int argc, char *argv[]) {
@@ -171,23 +163,10 @@ int main(int argc, char *argv[]) {
                           args.seed,
                           args.dbglvl};
 
-  double io_time = -seconds__();
-  HGraph *graph = ReadHGraph(graphfile);
-  io_time += seconds__();
+  RunInput in;
+  ReadRunInput(graphfile, args.fixfile, nparts, &in);
+  HGraph *graph = in.graph;
   const int nvtxs = graph->nvtxs;
-
-  int *part = ismalloc__(nvtxs, 0, "main: part");
-  if (args.fixfile != nullptr) {
-    const double start = seconds__();
-    ReadPartition(nvtxs, part, args.fixfile);
-    if (nvtxs > 0 && nparts <= part[iamax__(nvtxs, part)]) {
-      std::printf(
-          "Input Error:\n\tThe file %s contains more than %d sets of pre-assigned vertices.\n\n",
-          args.fixfile, nparts);
-      std::exit(0);
-    }
-    io_time += seconds__() - start;
-  }
 
   PrintInfo(graph, nparts, ubfactor, options, graphfile, args.kway ? 2 : 1);
 
@@ -195,29 +174,12 @@ int main(int argc, char *argv[]) {
   const double part_time = -seconds__();
   if (args.kway)
     HYPRA_PartKway(nvtxs, graph->nhedges, graph->cellwgt, graph->netptr, graph->netind,
-                   graph->netwgt, nparts, ubfactor, options, part, &objective);
+                   graph->netwgt, nparts, ubfactor, options, in.part, &objective);
   else
     HYPRA_PartRecursive(nvtxs, graph->nhedges, graph->cellwgt, graph->netptr, graph->netind,
-                        graph->netwgt, nparts, ubfactor, options, part, &objective);
+                        graph->netwgt, nparts, ubfactor, options, in.part, &objective);
   const double end_part = seconds__();
 
-  io_time -= seconds__();
-  if (args.outfile != nullptr)
-    WritePartitionTo(nvtxs, part, args.outfile);
-  else
-    WriteHGraphPart(nvtxs, part, graphfile);
-  const double io_end = seconds__();
-
-  PrintPartStatistics(nvtxs, graph->nhedges, nparts, graph->netptr, graph->netind, graph->netwgt,
-                      graph->cellwgt, part);
-
-  std::printf("\n\nTiming Information ---------------------------------------------------------");
-  std::printf("\n  Partitioning Time:\t\t %7.3fsec", end_part + part_time);
-  std::printf("\n           I/O Time:\t\t %7.3fsec", io_end + io_time);
-  std::printf(
-      "\n*******************************************************************************\n");
-
-  FreeHGraph__(graph);
-  RVfree__(&part);
+  FinishRun(&in, nparts, graphfile, args.outfile, end_part + part_time);
   return 0;
 }

@@ -24,3 +24,19 @@ void CloseOutputFile(OutputFile *out);
 // Number of (vertex, hyperedge) pairs on which the incidence lists and the pin lists disagree,
 // counted from both sides; 0 for a consistent hypergraph.
 int CountIncidenceMismatches(const HGraph *graph);
+
+// What a command-line run reads before partitioning: the hypergraph, the part vector (the
+// pre-assignment when a fix file is given, zeros otherwise) and the I/O time spent so far.
+struct RunInput {
+  HGraph *graph;
+  int *part;
+  double io_time;
+};
+
+// Reads the hypergraph and the optional fix file; a fix file naming nparts or more sets ends
+// the process with an input error.
+void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, RunInput *in);
+// Writes the partition (to outfile, or next to graphfile when null), prints its quality and the
+// timing block with the given partitioning time, and releases the input.
+void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outfile,
+               double part_time);

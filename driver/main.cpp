@@ -5,6 +5,7 @@
 
 #include "core/core.h"
 #include "driver/driver.h"
+#include "driver/driver_internal.h"
 #include "partition/hypra.h"
 
 namespace {
@@ -37,46 +38,18 @@ int main(int argc, char *argv[]) {
   // seeded from the clock, with one summary line per bisection.
   const int options[9] = {1, 10, 1, 1, 1, 0, fixfile != nullptr ? 1 : 0, -1, 8};
 
-  double io_time = -seconds__();
-  HGraph *graph = ReadHGraph(graphfile);
-  io_time += seconds__();
-  const int nvtxs = graph->nvtxs;
-
-  int *part = ismalloc__(nvtxs, 0, "main: part");
-  if (fixfile != nullptr) {
-    const double start = seconds__();
-    ReadPartition(nvtxs, part, fixfile);
-    if (nparts <= part[iamax__(nvtxs, part)]) {
-      std::printf(
-          "Input Error:\n\tThe file %s contains more than %d sets of pre-assigned vertices.\n\n",
-          fixfile, nparts);
-      std::exit(0);
-    }
-    io_time += seconds__() - start;
-  }
+  RunInput in;
+  ReadRunInput(graphfile, fixfile, nparts, &in);
+  HGraph *graph = in.graph;
 
   PrintInfo(graph, nparts, ubfactor, options, graphfile, 1);
 
   int edgecut = 0;
   const double part_time = -seconds__();
-  HYPRA_PartRecursive(nvtxs, graph->nhedges, graph->cellwgt, graph->netptr, graph->netind,
-                      graph->netwgt, nparts, ubfactor, options, part, &edgecut);
+  HYPRA_PartRecursive(graph->nvtxs, graph->nhedges, graph->cellwgt, graph->netptr, graph->netind,
+                      graph->netwgt, nparts, ubfactor, options, in.part, &edgecut);
   const double end_part = seconds__();
 
-  io_time -= seconds__();
-  WriteHGraphPart(nvtxs, part, graphfile);
-  const double io_end = seconds__();
-
-  PrintPartStatistics(nvtxs, graph->nhedges, nparts, graph->netptr, graph->netind, graph->netwgt,
-                      graph->cellwgt, part);
-
-  std::printf("\n\nTiming Information ---------------------------------------------------------");
-  std::printf("\n  Partitioning Time:\t\t %7.3fsec", end_part + part_time);
-  std::printf("\n           I/O Time:\t\t %7.3fsec", io_end + io_time);
-  std::printf(
-      "\n*******************************************************************************\n");
-
-  FreeHGraph__(graph);
-  RVfree__(&part);
+  FinishRun(&in, nparts, graphfile, nullptr, end_part + part_time);
   return 0;
 }

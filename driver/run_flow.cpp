@@ -1,0 +1,66 @@
+// The steps both command-line programs take around partitioning: reading the hypergraph and the
+// fix file, then writing the partition, reporting its quality and the time spent.
+#include <cstdio>
+#include <cstdlib>
+
+#include "core/core.h"
+#include "driver/driver.h"
+#include "driver/driver_internal.h"
+
+namespace {
+
+// Writes the partition to a file of the caller's choosing, completely or not at all.
+void WritePartitionTo(int nvtxs, const int *part, const char *path) {
+  OutputFile out;
+  OpenOutputFile(path, "hypra-advanced: partition file", &out);
+  for (int i = 0; i < nvtxs; i++) std::fprintf(out.fp, "%d\n", part[i]);
+  CloseOutputFile(&out);
+}
+
+}  // namespace
+
+void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, RunInput *in) {
+  in->io_time = -seconds__();
+  in->graph = ReadHGraph(graphfile);
+  in->io_time += seconds__();
+  const int nvtxs = in->graph->nvtxs;
+
+  in->part = ismalloc__(nvtxs, 0, "main: part");
+  if (fixfile != nullptr) {
+    const double start = seconds__();
+    ReadPartition(nvtxs, in->part, fixfile);
+    if (nvtxs > 0 && nparts <= in->part[iamax__(nvtxs, in->part)]) {
+      std::printf(
+          "Input Error:\n\tThe file %s contains more than %d sets of pre-assigned vertices.\n\n",
+          fixfile, nparts);
+      std::exit(0);
+    }
+    in->io_time += seconds__() - start;
+  }
+}
+
+void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outfile,
+               double part_time) {
+  HGraph *graph = in->graph;
+  const int nvtxs = graph->nvtxs;
+
+  double io_time = in->io_time - seconds__();
+  if (outfile != nullptr)
+    WritePartitionTo(nvtxs, in->part, outfile);
+  else
+    WriteHGraphPart(nvtxs, in->part, graphfile);
+  const double io_end = seconds__();
+
+  PrintPartStatistics(nvtxs, graph->nhedges, nparts, graph->netptr, graph->netind, graph->netwgt,
+                      graph->cellwgt, in->part);
+
+  std::printf("\n\nTiming Information ---------------------------------------------------------");
+  std::printf("\n  Partitioning Time:\t\t %7.3fsec", part_time);
+  std::printf("\n           I/O Time:\t\t %7.3fsec", io_end + io_time);
+  std::printf(
+      "\n*******************************************************************************\n");
+
+  FreeHGraph__(graph);
+  RVfree__(&in->part);
+  in->graph = nullptr;
+}
