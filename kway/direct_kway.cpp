@@ -42,23 +42,6 @@ void ReleaseKwayWork(HGraph *graph) {
            &graph->crinfo, &graph->crdata, &graph->nrdata, &graph->kpwgts, &graph->islandmap);
 }
 
-// Slots that keep the best few trials for the final V-cycles.
-struct KeepSlots {
-  int count = 0;
-  int *parts[3] = {nullptr, nullptr, nullptr};
-  int objs[3] = {0, 0, 0};
-};
-
-void OfferToSlots(KeepSlots &keep, const int *where, int nvtxs, int obj) {
-  int worst = 0;
-  for (int i = 1; i < keep.count; i++)
-    if (keep.objs[i] > keep.objs[worst]) worst = i;
-  if (keep.count > 0 && keep.objs[worst] > obj) {
-    icopy__(nvtxs, where, keep.parts[worst]);
-    keep.objs[worst] = obj;
-  }
-}
-
 // An objective that no partition can reach: every hyperedge cut into ten parts, plus one.
 int ImpossibleObjective(const HGraph *graph) {
   long long total = 0;
@@ -99,14 +82,7 @@ void AdoptPrunedPartition(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) {
 }  // namespace
 
 bool DirectKwayWantsVCycles(const PartCtrl *ctrl, int obj, int best, bool improving) {
-  switch (ctrl->Vcycle) {
-    case 3:
-      return best * 1.2 > obj || obj - best < 20;
-    case 2:
-      return obj <= best || improving;
-    default:
-      return false;
-  }
+  return WantsVCycles__(ctrl, obj, best, improving);
 }
 
 int DirectKwayKeptSlots(const PartCtrl *ctrl) {
@@ -208,11 +184,7 @@ int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
 
   KeepSlots keep;
   if (ctrl->Vcycle == 1) {
-    keep.count = DirectKwayKeptSlots(ctrl);
-    for (int i = 0; i < keep.count; i++) {
-      keep.parts[i] = imalloc__(nvtxs, "Hypergraph_Bisection: parts[i]");
-      keep.objs[i] = impossible;
-    }
+    InitKeepSlots__(&keep, DirectKwayKeptSlots(ctrl), nvtxs, impossible);
   }
 
   const int oldCType = ctrl->CType;
@@ -251,7 +223,7 @@ int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
       icopy__(nvtxs, graph->where, part);
       best = obj;
     }
-    if (ctrl->Vcycle == 1) OfferToSlots(keep, graph->where, nvtxs, obj);
+    if (ctrl->Vcycle == 1) OfferToSlots__(&keep, graph->where, nvtxs, obj);
 
     FreeRootHGraph__(graph);
     FreeRootHGraph__(pgraph);

@@ -24,35 +24,6 @@ void RefineFull(PartCtrl *ctrl, HGraph *graph) {
     Refine_FM__(ctrl, graph, kFullRefinePasses);
 }
 
-// Whether a run that reached `cut` deserves V-cycles, judged against the best cut before it.
-bool WantsVCycles(const PartCtrl *ctrl, int cut, int bestcut, bool improved) {
-  switch (ctrl->Vcycle) {
-    case 3:
-      return bestcut * 1.2 > cut || cut - bestcut < 20;
-    case 2:
-      return cut <= bestcut || improved;
-    default:
-      return false;
-  }
-}
-
-// Slots that keep the best few runs for the final V-cycles.
-struct KeepSlots {
-  int count = 0;
-  int *parts[3] = {nullptr, nullptr, nullptr};
-  int cuts[3] = {0, 0, 0};
-};
-
-void OfferToSlots(KeepSlots &keep, const int *where, int nvtxs, int cut) {
-  int worst = 0;
-  for (int i = 1; i < keep.count; i++)
-    if (keep.cuts[i] > keep.cuts[worst]) worst = i;
-  if (keep.count > 0 && keep.cuts[worst] > cut) {
-    icopy__(nvtxs, where, keep.parts[worst]);
-    keep.cuts[worst] = cut;
-  }
-}
-
 void Flush() {
   std::fflush(stdout);
 }
@@ -169,12 +140,8 @@ int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
 
   KeepSlots keep;
   if (ctrl->Vcycle == 1) {
-    keep.count = ctrl->Nruns > 10 ? 3 : 1;
-    if (keep.count > ctrl->Nruns) keep.count = ctrl->Nruns;
-    for (int i = 0; i < keep.count; i++) {
-      keep.parts[i] = imalloc__(nvtxs, "Hypergraph_Bisection: parts[i]");
-      keep.cuts[i] = impossible;
-    }
+    const int wanted = ctrl->Nruns > 10 ? 3 : 1;
+    InitKeepSlots__(&keep, wanted > ctrl->Nruns ? ctrl->Nruns : wanted, nvtxs, impossible);
   }
 
   const int oldCType = ctrl->CType;
@@ -220,7 +187,7 @@ int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
     }
 
     int cut = graph->mincut;
-    if (WantsVCycles(ctrl, cut, bestcut, improved)) {
+    if (WantsVCycles__(ctrl, cut, bestcut, improved)) {
       ReleaseLevelWork(graph);
       VCycleRefinement__(ctrl, graph, kVCycles);
       cut = graph->mincut;
@@ -234,7 +201,7 @@ int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
       icopy__(nvtxs, graph->where, bisection);
       bestcut = cut;
     }
-    if (ctrl->Vcycle == 1) OfferToSlots(keep, graph->where, nvtxs, cut);
+    if (ctrl->Vcycle == 1) OfferToSlots__(&keep, graph->where, nvtxs, cut);
 
     FreeRootHGraph__(graph);
     FreeRootHGraph__(pgraph);
@@ -245,7 +212,7 @@ int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
     graph->where = imalloc__(nvtxs, "Hypergraph_Bisection: where");
     for (int i = 0; i < keep.count; i++) {
       icopy__(nvtxs, keep.parts[i], graph->where);
-      graph->mincut = keep.cuts[i];
+      graph->mincut = keep.objs[i];
       VCycleRefinement__(ctrl, graph, kVCycles);
       if (graph->mincut < bestcut) {
         icopy__(nvtxs, graph->where, bisection);

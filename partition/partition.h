@@ -17,3 +17,18 @@ float ComputeBalance__(const HGraph *graph, const int *where);
 
 void CompressFixedCells__(PartCtrl *ctrl, HGraph *graph, const int *fixpart);
 void ProjectFixedCells__(PartCtrl *ctrl, HGraph *graph, int *part, const int *cpart);
+
+// Best-of-runs bookkeeping shared with direct k-way partitioning. Whether a run that reached
+// `obj` deserves V-cycles (Vcycle 2 or 3), judged against the best objective before it.
+bool WantsVCycles__(const PartCtrl *ctrl, int obj, int best, bool improved);
+
+// Slots that keep the best few runs for the final V-cycles: a run replaces the slot holding the
+// largest objective when its own is smaller.
+struct KeepSlots {
+  int count = 0;
+  int *parts[3] = {nullptr, nullptr, nullptr};
+  int objs[3] = {0, 0, 0};
+};
+// Allocates count (at most 3) slots, each holding the objective `impossible`.
+void InitKeepSlots__(KeepSlots *keep, int count, int nvtxs, int impossible);
+void OfferToSlots__(KeepSlots *keep, const int *where, int nvtxs, int obj);
