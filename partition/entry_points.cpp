@@ -34,6 +34,18 @@ void ReadOptions(PartCtrl *ctrl, const int *options, bool with_split_options) {
   ctrl->dbglvl = options[8];
 }
 
+// The control record of a run: the caller's part count and balance, the options, and the fixed
+// coarsening and hyperedge-size limits.
+PartCtrl MakeControl(int nparts, int ubfactor, const int *options, bool with_split_options) {
+  PartCtrl ctrl{};
+  ctrl.Nparts = nparts;
+  ctrl.UBfactor = static_cast<float>(ubfactor / 100.0);
+  ReadOptions(&ctrl, options, with_split_options);
+  ctrl.CoarsenTo = 100;
+  ctrl.MaxNetSize = 50;
+  return ctrl;
+}
+
 bool OutOfRange(int value, unsigned lo, unsigned hi) {
   const auto u = static_cast<unsigned>(value);
   return u < lo || u > hi;
@@ -73,6 +85,21 @@ void ValidateParts(int nvtxs, const int *part, int lo, int hi, const char *what)
       errexit__("HYPRA: %s of vertex %d is %d, outside %d..%d.", what, v, part[v], lo, hi);
 }
 
+// Starts the run's total timer (timers only run with the timing debug bit).
+void StartRun(PartCtrl *ctrl) {
+  if (ctrl->dbglvl & DBG_TIME) {
+    InitTimers__(ctrl);
+    starttimer__(ctrl, ctrl->TotalTmr);
+  }
+}
+
+// Stops the total timer, prints the timers when asked and releases the run's copy.
+void FinishRun(PartCtrl *ctrl, HGraph *graph) {
+  stoptimer__(ctrl, ctrl->TotalTmr);
+  if (ctrl->dbglvl & DBG_TIME) PrintTimers__(ctrl, 0);
+  FreeHGraph__(graph);
+}
+
 // Copies the caller's hypergraph into a fresh record; missing weights become unit weights.
 HGraph *CopyHypergraph(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
                        const int *hewgts) {
@@ -92,32 +119,21 @@ HGraph *CopyHypergraph(int nvtxs, int nhedges, const int *vwgts, const int *eptr
 void PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
                    const int *hewgts, int nparts, int ubfactor, const int *options, int *part,
                    int *edgecut, bool kway_refine) {
-  PartCtrl ctrl{};
-  ctrl.Nparts = nparts;
-  ctrl.UBfactor = static_cast<float>(ubfactor / 100.0);
-  ReadOptions(&ctrl, options, true);
-  ctrl.CoarsenTo = 100;
-  ctrl.MaxNetSize = 50;
+  PartCtrl ctrl = MakeControl(nparts, ubfactor, options, true);
   ctrl.KwayRefine = kway_refine && nparts <= 64 ? 1 : 0;
   ValidateControl(&ctrl, nparts, ubfactor);
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
   if (ctrl.Fixed) ValidateParts(nvtxs, part, -1, nparts - 1, "the fixed part");
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
 
-  if (ctrl.dbglvl & DBG_TIME) {
-    InitTimers__(&ctrl);
-    starttimer__(&ctrl, ctrl.TotalTmr);
-  }
+  StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
 
   starttimer__(&ctrl, ctrl.MultilevelTmr);
   const int cut = MultilevelPartition__(&ctrl, graph, part);
   if (edgecut) *edgecut = cut;
   stoptimer__(&ctrl, ctrl.MultilevelTmr);
-  stoptimer__(&ctrl, ctrl.TotalTmr);
-  if (ctrl.dbglvl & DBG_TIME) PrintTimers__(&ctrl, 0);
-
-  FreeHGraph__(graph);
+  FinishRun(&ctrl, graph);
 }
 
 }  // namespace
@@ -140,12 +156,7 @@ extern "C" void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *v
 extern "C" void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                                const int *eind, const int *hewgts, int nparts, int ubfactor,
                                const int *options, int *part, int *objective) {
-  PartCtrl ctrl{};
-  ctrl.Nparts = nparts;
-  ctrl.UBfactor = static_cast<float>(ubfactor / 100.0);
-  ReadOptions(&ctrl, options, true);
-  ctrl.CoarsenTo = 100;
-  ctrl.MaxNetSize = 50;
+  PartCtrl ctrl = MakeControl(nparts, ubfactor, options, true);
   ctrl.KwayRefine = nparts <= 64 ? 1 : 0;
   ValidateControl(&ctrl, nparts, ubfactor);
   // The direct path keeps no vertex in place; honouring a pre-assignment needs recursive
@@ -157,10 +168,7 @@ extern "C" void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const i
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
 
-  if (ctrl.dbglvl & DBG_TIME) {
-    InitTimers__(&ctrl);
-    starttimer__(&ctrl, ctrl.TotalTmr);
-  }
+  StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
   graph->nfixed = 0;
   // The k-way refiners bound every part by a multiple of the average part weight.
@@ -170,29 +178,18 @@ extern "C" void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const i
   const int best = MultilevelKwayPartition__(&ctrl, graph, part);
   if (objective) *objective = best;
   stoptimer__(&ctrl, ctrl.MultilevelTmr);
-  stoptimer__(&ctrl, ctrl.TotalTmr);
-  if (ctrl.dbglvl & DBG_TIME) PrintTimers__(&ctrl, 0);
-
-  FreeHGraph__(graph);
+  FinishRun(&ctrl, graph);
 }
 
 extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                                  const int *eind, const int *hewgts, int ubfactor,
                                  const int *options, int *part, int *edgecut) {
-  PartCtrl ctrl{};
-  ctrl.Nparts = 2;
-  ctrl.UBfactor = static_cast<float>(ubfactor / 100.0);
+  PartCtrl ctrl = MakeControl(2, ubfactor, options, false);
   ctrl.TargetFrac = 0.5f;
-  ReadOptions(&ctrl, options, false);
-  ctrl.CoarsenTo = 100;
-  ctrl.MaxNetSize = 50;
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
   ValidateParts(nvtxs, part, 0, 1, "the side");
 
-  if (ctrl.dbglvl & DBG_TIME) {
-    InitTimers__(&ctrl);
-    starttimer__(&ctrl, ctrl.TotalTmr);
-  }
+  StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
   graph->nfixed = 0;
   CreateIncidentHGraph__(graph);
@@ -205,7 +202,5 @@ extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const
 
   icopy__(nvtxs, graph->where, part);
   if (edgecut) *edgecut = graph->mincut;
-  stoptimer__(&ctrl, ctrl.TotalTmr);
-  if (ctrl.dbglvl & DBG_TIME) PrintTimers__(&ctrl, 0);
-  FreeHGraph__(graph);
+  FinishRun(&ctrl, graph);
 }
