@@ -5,22 +5,24 @@
 
 namespace {
 
+// Ten passes of FM, in the variant that copes with heavy vertices when there are any.
+void FullFM(PartCtrl *ctrl, HGraph *graph) {
+  if (ctrl->HeavyCells)
+    Refine_FM2__(ctrl, graph, 10);
+  else
+    Refine_FM__(ctrl, graph, 10);
+}
+
 // Refines one level by the scheme RType selects; coarselevel is the level of the coarsest graph.
 void RefineLevel(PartCtrl *ctrl, HGraph *graph, int coarselevel) {
   Balance__(ctrl, graph);
   switch (static_cast<unsigned>(ctrl->RType)) {
     case 1:
-      if (ctrl->HeavyCells)
-        Refine_FM2__(ctrl, graph, 10);
-      else
-        Refine_FM__(ctrl, graph, 10);
+      FullFM(ctrl, graph);
       break;
     case 2:
       Refine_OneWayFM__(ctrl, graph, 10);
-      if (ctrl->HeavyCells)
-        Refine_FM2__(ctrl, graph, 10);
-      else
-        Refine_FM__(ctrl, graph, 10);
+      FullFM(ctrl, graph);
       break;
     case 3:
       // The cheap early-exit refiners serve the fine levels, where most of the work lies; the
@@ -30,10 +32,8 @@ void RefineLevel(PartCtrl *ctrl, HGraph *graph, int coarselevel) {
           Refine_EEFM2__(ctrl, graph, 3, 0.1f);
         else
           Refine_EEFM__(ctrl, graph, 3, 0.1f);
-      } else if (ctrl->HeavyCells) {
-        Refine_FM2__(ctrl, graph, 10);
       } else {
-        Refine_FM__(ctrl, graph, 10);
+        FullFM(ctrl, graph);
       }
       break;
     case 5:
