@@ -8,11 +8,7 @@
 namespace {
 
 PartCtrl MakeCtrl() {
-  PartCtrl ctrl{};
-  ctrl.CoarsenTo = 100;
-  ctrl.MaxNetSize = 50;
-  ctrl.MaxCellWgt = 1000000;
-  return ctrl;
+  return testgraphs::Ctrl(0, 1000000);
 }
 
 // Installs the grouping given as cellmap (groups listed in increasing vertex number).

@@ -10,14 +10,7 @@
 
 namespace {
 
-PartCtrl MakeCtrl(int ctype, const HGraph *g) {
-  PartCtrl ctrl{};
-  ctrl.CoarsenTo = 100;
-  ctrl.MaxNetSize = 50;
-  ctrl.CType = ctype;
-  ctrl.MaxCellWgt = 2 * iasum__(g->nvtxs, g->cellwgt) / ctrl.CoarsenTo;
-  return ctrl;
-}
+using testgraphs::MakeCtrl;
 
 // 101 vertices on a path of 100 two-pin hyperedges.
 HGraph *Path(int n) {

@@ -9,11 +9,7 @@
 namespace {
 
 PartCtrl MakeCtrl(int maxcellwgt) {
-  PartCtrl ctrl{};
-  ctrl.CoarsenTo = 100;
-  ctrl.MaxNetSize = 50;
-  ctrl.MaxCellWgt = maxcellwgt;
-  return ctrl;
+  return testgraphs::Ctrl(0, maxcellwgt);
 }
 
 using Scheme = void (*)(PartCtrl *, HGraph *, int *, int *, KeyValue *);

@@ -22,14 +22,7 @@ struct TopCopy {
   bool operator==(const TopCopy &) const = default;
 };
 
-PartCtrl MakeCtrl(int ctype, const HGraph *g) {
-  PartCtrl ctrl{};
-  ctrl.CoarsenTo = 100;
-  ctrl.MaxNetSize = 50;
-  ctrl.CType = ctype;
-  ctrl.MaxCellWgt = 2 * iasum__(g->nvtxs, g->cellwgt) / ctrl.CoarsenTo;
-  return ctrl;
-}
+using testgraphs::MakeCtrl;
 
 std::vector<int> CoarsePins(const HGraph *f, int h) {
   std::set<int> s;

@@ -9,12 +9,7 @@
 namespace {
 
 PartCtrl MakeCtrl(int ctype, int maxcellwgt) {
-  PartCtrl ctrl{};
-  ctrl.CoarsenTo = 100;
-  ctrl.MaxNetSize = 3;
-  ctrl.CType = ctype;
-  ctrl.MaxCellWgt = maxcellwgt;
-  return ctrl;
+  return testgraphs::Ctrl(ctype, maxcellwgt, 3);
 }
 
 int CFind(PartCtrl *ctrl, HGraph *g, int v, const int *where, std::vector<int> &htable) {

@@ -20,6 +20,22 @@ inline HGraph *ReadBench(const std::string &path) {
   return testhg::MakeBench(path);
 }
 
+// A control record for coarsening: CoarsenTo 100, the given matching type, vertex-weight bound
+// and hyperedge-size limit.
+inline PartCtrl Ctrl(int ctype, int maxcellwgt, int maxnetsize = 50) {
+  PartCtrl ctrl{};
+  ctrl.CoarsenTo = 100;
+  ctrl.MaxNetSize = maxnetsize;
+  ctrl.CType = ctype;
+  ctrl.MaxCellWgt = maxcellwgt;
+  return ctrl;
+}
+
+// The same with the vertex-weight bound the partitioner derives from g's total weight.
+inline PartCtrl MakeCtrl(int ctype, const HGraph *g) {
+  return Ctrl(ctype, 2 * iasum__(g->nvtxs, g->cellwgt) / 100);
+}
+
 // Frees every level of the chain below and including g.
 inline void FreeChain(HGraph *g) {
   while (g) {
