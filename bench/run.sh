@@ -7,6 +7,8 @@
 # CPU seconds and peak memory are the median over seeds 1, 2 and 3; cut, SOED and the largest
 # part share are those of seed 1.
 set -euo pipefail
+seeds="${SEEDS:-1 2 3}"
+nseeds=$(wc -w <<<"$seeds")
 root="$(cd "$(dirname "$0")/.." && pwd)"
 bench_dir="${1:-$root/../shared/bench}"
 out="$root/bench"
@@ -29,7 +31,7 @@ for file in "$bench_dir"/ibm*.hgr; do
     extra=()
     [ "$method" = kway ] && extra=(kway)
     runs=()
-    for seed in ${SEEDS:-1 2 3}; do runs+=("$("$prog" "$file" "$k" "$ub" "$seed" "${extra[@]}")"); done
+    for seed in $seeds; do runs+=("$("$prog" "$file" "$k" "$ub" "$seed" "${extra[@]}")"); done
     first="${runs[0]}"
     mid=$(( (${#runs[@]} + 1) / 2 ))
     cpu=$(printf '%s\n' "${runs[@]}" | cut -d, -f4 | sort -g | sed -n "${mid}p")
@@ -41,7 +43,7 @@ for file in "$bench_dir"/ibm*.hgr; do
 done
 
 {
-  echo "| instance | method | k | UBfactor | cut | SOED | largest part share | CPU s (median of 3) | peak RSS MB |"
+  echo "| instance | method | k | UBfactor | cut | SOED | largest part share | CPU s (median of $nseeds seeds) | peak RSS MB |"
   echo "|---|---|---:|---:|---:|---:|---:|---:|---:|"
   tail -n +2 "$csv" | while IFS=, read -r inst _ _ method k ub cut soed share cpu rss; do
     echo "| $inst | $method | $k | $ub | $cut | $soed | $share | $cpu | $rss |"
