@@ -58,25 +58,20 @@ void GroupLevel(PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool slow)
       Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, 1);
       break;
     case 4:
+    case 6:
+    case 7:
+      // The hyperedge schemes fall back to plain pairs once progress has been slow.
       if (slow)
         Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
-      else
+      else if (ctrl->CType == 4)
         Match_Hedges_PHedges_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+      else if (ctrl->CType == 6)
+        Match_Hedges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+      else
+        Match_Hedges_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
       break;
     case 5:
       Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
-      break;
-    case 6:
-      if (slow)
-        Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
-      else
-        Match_Hedges__(ctrl, graph, s.perm, s.htable, s.vpairs);
-      break;
-    case 7:
-      if (slow)
-        Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
-      else
-        Match_Hedges_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
       break;
     default:
       errexit__("Unknown matching type! %d\n", ctrl->CType);

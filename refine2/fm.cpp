@@ -54,6 +54,19 @@ void FillQueues(HGraph *graph, Scratch *s) {
   }
 }
 
+// Takes the chosen side's candidate out of its queue and moves it to the other side, recording
+// the move; returns the vertex and lowers newcut by its gain.
+template <bool kConstrained>
+int MoveCandidate(HGraph *graph, Scratch *s, int from, int u0, int u1, int nswaps, int *newcut) {
+  const int v = from == 0 ? u0 : u1;
+  refine2::TakeCandidate<kConstrained>(graph, &s->queues[from], v);
+  *newcut -= graph->gain[v];
+  s->moved[v] = nswaps;
+  s->swaps[nswaps] = v;
+  FlipVertex(graph, v, from, 1 - from);
+  return v;
+}
+
 // One pass's move loop of the plain refiners; returns the best point as (bestcut, mincutorder).
 template <bool kConstrained>
 void FMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, int *bestcut,
@@ -81,13 +94,7 @@ void FMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, i
     else
       from = refine2::ChooseSideByRoom(graph, b, u0, u1);
     const int to = 1 - from;
-    const int v = from == 0 ? u0 : u1;
-    refine2::TakeCandidate<kConstrained>(graph, &queues[from], v);
-
-    newcut -= gain[v];
-    moved[v] = nswaps;
-    s->swaps[nswaps] = v;
-    FlipVertex(graph, v, from, to);
+    const int v = MoveCandidate<kConstrained>(graph, s, from, u0, u1, nswaps, &newcut);
 
     if (refine2::IsBalanced(pwgts, b)) {
       const int diff = refine2::AbsDiff(pwgts[0], pwgts[1]);
@@ -203,13 +210,7 @@ void EEFMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int limit, i
         from = lastfrom;
     }
     const int to = 1 - from;
-    const int v = from == 0 ? u0 : u1;
-    refine2::TakeCandidate<kConstrained>(graph, &queues[from], v);
-
-    newcut -= gain[v];
-    moved[v] = nswaps;
-    s->swaps[nswaps] = v;
-    FlipVertex(graph, v, from, to);
+    const int v = MoveCandidate<kConstrained>(graph, s, from, u0, u1, nswaps, &newcut);
 
     if (refine2::IsBalanced(pwgts, b) && newcut < *bestcut) {
       *bestcut = newcut;
