@@ -1,12 +1,24 @@
 #!/usr/bin/env bash
 # Installs what the build needs (compiler, CMake, GoogleTest) when it is missing.
+# With --bench also the tools bench/compare.sh measures with: GNU time (/usr/bin/time) and
+# valgrind (instruction counts). The build and the tests need neither, so they stay optional.
 set -euo pipefail
+bench=0
+case "${1:-}" in
+  "") ;;
+  --bench) bench=1 ;;
+  *) echo "usage: tools/deps.sh [--bench]" >&2; exit 2 ;;
+esac
 missing=()
 command -v g++ >/dev/null 2>&1 || missing+=(g++)
 command -v cmake >/dev/null 2>&1 || missing+=(cmake)
 [ -f /usr/include/gtest/gtest.h ] || missing+=(libgtest-dev)
 command -v pkg-config >/dev/null 2>&1 || missing+=(pkg-config)
 [ -e /usr/lib/x86_64-linux-gnu/libasan.so.8 ] || [ -n "$(ls /usr/lib/gcc/*/*/libasan.so 2>/dev/null)" ] || missing+=(libasan8)
+if [ "$bench" -eq 1 ]; then
+  [ -x /usr/bin/time ] || missing+=(time)
+  command -v valgrind >/dev/null 2>&1 || missing+=(valgrind)
+fi
 if [ ${#missing[@]} -gt 0 ]; then
   echo "Installing: ${missing[*]}"
   sudo_cmd=""
