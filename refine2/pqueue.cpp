@@ -3,45 +3,6 @@
 
 namespace {
 
-// Lowers topbucket after its bucket emptied: to -G when nothing is left, else to the next
-// non-empty bucket below.
-void StepDownTop(PQueue *queue) {
-  if (queue->nitems == 0) {
-    queue->topbucket = -queue->gainspan;
-    return;
-  }
-  while (queue->topbucket > -queue->gainspan && queue->buckets[queue->topbucket] == nullptr)
-    queue->topbucket--;
-}
-
-void CheckBucketGain(const PQueue *queue, int gain) {
-  // The caller sizes the queue by the largest possible gain; a gain beyond it means the weights
-  // are not what that bound assumes (for instance negative hyperedge weights).
-  if (gain < -queue->gainspan || gain > queue->gainspan)
-    errexit__("PQueue: gain %d outside the range -%d..%d the queue was built for", gain,
-              queue->gainspan, queue->gainspan);
-}
-
-void BucketPush(PQueue *queue, int item, int gain) {
-  CheckBucketGain(queue, gain);
-  PQueueNode *node = queue->nodes + item;
-  PQueueNode *head = queue->buckets[gain];
-  node->prev = nullptr;
-  node->next = head;
-  if (head != nullptr) head->prev = node;
-  queue->buckets[gain] = node;
-  if (gain > queue->topbucket) queue->topbucket = gain;
-}
-
-void BucketUnlink(PQueue *queue, int item, int gain) {
-  PQueueNode *node = queue->nodes + item;
-  if (node->prev != nullptr)
-    node->prev->next = node->next;
-  else
-    queue->buckets[gain] = node->next;
-  if (node->next != nullptr) node->next->prev = node->prev;
-}
-
 // Moves the entry (key, item) up from position i while its parent's key is strictly smaller.
 void SiftUp(PQueue *queue, int i, int key, int item) {
   KeyValue *heap = queue->heap;
@@ -86,7 +47,7 @@ void SiftDown(PQueue *queue, int i, int key, int item) {
 void PQueueInit__(PQueue *queue, int maxitems, int maxgain) {
   queue->nitems = 0;
   queue->maxitems = maxitems;
-  queue->nodes = nullptr;
+  queue->links = nullptr;
   queue->buckets = nullptr;
   queue->heap = nullptr;
   queue->locator = nullptr;
@@ -102,13 +63,10 @@ void PQueueInit__(PQueue *queue, int maxitems, int maxgain) {
   if (maxgain < 0) errexit__("PQueueInit: negative maximum gain %d", maxgain);
   queue->qtype = PQUEUE_BUCKETS;
   queue->gainspan = maxgain;
-  queue->nodes = static_cast<PQueueNode *>(RVmalloc__(
-      static_cast<long long>(sizeof(PQueueNode)) * maxitems, "PQueueInit: queue->nodes"));
-  for (int i = 0; i < maxitems; i++) queue->nodes[i].id = i;
+  queue->links = static_cast<PQueueLink *>(RVmalloc__(
+      static_cast<long long>(sizeof(PQueueLink)) * maxitems, "PQueueInit: queue->nodes"));
   const long long nheads = 2LL * maxgain + 1;
-  queue->buckets = static_cast<PQueueNode **>(RVmalloc__(
-      static_cast<long long>(sizeof(PQueueNode *)) * nheads, "PQueueInit: queue->buckets"));
-  for (long long i = 0; i < nheads; i++) queue->buckets[i] = nullptr;
+  queue->buckets = ismalloc__(nheads, -1, "PQueueInit: queue->buckets");
   queue->buckets += maxgain;
   queue->topbucket = -maxgain;
 }
@@ -121,7 +79,7 @@ void PQueueReset__(PQueue *queue) {
   }
   const int span = queue->gainspan;
   queue->topbucket = -span;
-  for (int g = -span; g <= span; g++) queue->buckets[g] = nullptr;
+  iset__(2 * span + 1, -1, queue->buckets - span);
 }
 
 void PQueueFree__(PQueue *queue) {
@@ -129,78 +87,55 @@ void PQueueFree__(PQueue *queue) {
     RVfree__(&queue->heap, &queue->locator);
   } else {
     if (queue->buckets != nullptr) queue->buckets -= queue->gainspan;
-    RVfree__(&queue->nodes, &queue->buckets);
+    RVfree__(&queue->links, &queue->buckets);
   }
   queue->maxitems = 0;
 }
 
-int PQueueInsert__(PQueue *queue, int item, int gain) {
-  queue->nitems++;
-  if (queue->qtype == PQUEUE_HEAP)
-    SiftUp(queue, queue->nitems - 1, gain, item);
+namespace pqueue_detail {
+
+void GainOutOfRange(const PQueue *queue, int gain) {
+  errexit__("PQueue: gain %d outside the range -%d..%d the queue was built for", gain,
+            queue->gainspan, queue->gainspan);
+}
+
+void HeapInsert(PQueue *queue, int item, int gain) {
+  SiftUp(queue, queue->nitems - 1, gain, item);
+}
+
+// The last live entry fills the freed position and sifts whichever way its key asks.
+void HeapDelete(PQueue *queue, int item) {
+  const int i = queue->locator[item];
+  queue->locator[item] = -1;
+  if (queue->nitems == 0 || queue->heap[queue->nitems].val == item) return;
+  const KeyValue last = queue->heap[queue->nitems];
+  if (last.key > queue->heap[i].key)
+    SiftUp(queue, i, last.key, last.val);
   else
-    BucketPush(queue, item, gain);
-  return 0;
+    SiftDown(queue, i, last.key, last.val);
 }
 
-int PQueueDelete(PQueue *queue, int item, int gain) {
+void HeapUpdate(PQueue *queue, int item, int oldgain, int newgain) {
+  const int i = queue->locator[item];
+  // The direction follows the caller's old gain, not the stored key.
+  if (oldgain >= newgain)
+    SiftDown(queue, i, newgain, item);
+  else
+    SiftUp(queue, i, newgain, item);
+}
+
+int HeapGetMax(PQueue *queue) {
   queue->nitems--;
-  if (queue->qtype == PQUEUE_HEAP) {
-    const int i = queue->locator[item];
-    queue->locator[item] = -1;
-    if (queue->nitems == 0 || queue->heap[queue->nitems].val == item) return 0;
+  const int item = queue->heap[0].val;
+  queue->locator[item] = -1;
+  if (queue->nitems > 0) {
     const KeyValue last = queue->heap[queue->nitems];
-    if (last.key > queue->heap[i].key)
-      SiftUp(queue, i, last.key, last.val);
-    else
-      SiftDown(queue, i, last.key, last.val);
-    return 0;
+    SiftDown(queue, 0, last.key, last.val);
   }
-  BucketUnlink(queue, item, gain);
-  if (queue->buckets[gain] == nullptr && gain == queue->topbucket) StepDownTop(queue);
-  return 0;
+  return item;
 }
 
-int PQueueUpdate__(PQueue *queue, int item, int oldgain, int newgain) {
-  if (oldgain == newgain) return 0;
-  if (queue->qtype == PQUEUE_HEAP) {
-    const int i = queue->locator[item];
-    // The direction follows the caller's old gain, not the stored key.
-    if (oldgain >= newgain)
-      SiftDown(queue, i, newgain, item);
-    else
-      SiftUp(queue, i, newgain, item);
-    return 0;
-  }
-  PQueueDelete(queue, item, oldgain);
-  PQueueInsert__(queue, item, newgain);
-  return 0;
-}
-
-int PQueueGetMax__(PQueue *queue) {
-  if (queue->nitems == 0) return -1;
-  queue->nitems--;
-  if (queue->qtype == PQUEUE_HEAP) {
-    const int item = queue->heap[0].val;
-    queue->locator[item] = -1;
-    if (queue->nitems > 0) {
-      const KeyValue last = queue->heap[queue->nitems];
-      SiftDown(queue, 0, last.key, last.val);
-    }
-    return item;
-  }
-  PQueueNode *node = queue->buckets[queue->topbucket];
-  queue->buckets[queue->topbucket] = node->next;
-  if (node->next != nullptr) node->next->prev = nullptr;
-  if (queue->buckets[queue->topbucket] == nullptr) StepDownTop(queue);
-  return node->id;
-}
-
-int PQueueSeeMax__(const PQueue *queue) {
-  if (queue->nitems == 0) return -1;
-  if (queue->qtype == PQUEUE_HEAP) return queue->heap[0].val;
-  return queue->buckets[queue->topbucket]->id;
-}
+}  // namespace pqueue_detail
 
 int PQueueSeeConstraintMax(const PQueue *queue, int maxwgt, const int *vwgt) {
   if (queue->nitems == 0) return -1;
@@ -220,12 +155,12 @@ int PQueueSeeConstraintMax(const PQueue *queue, int maxwgt, const int *vwgt) {
     return heap[0].val;
   }
 
-  if (queue->topbucket < 1) return queue->buckets[queue->topbucket]->id;
+  if (queue->topbucket < 1) return queue->buckets[queue->topbucket];
   for (int g = queue->topbucket; g >= 1; g--) {
-    for (const PQueueNode *node = queue->buckets[g]; node != nullptr; node = node->next)
-      if (vwgt[node->id] <= maxwgt) return node->id;
+    for (int item = queue->buckets[g]; item != -1; item = queue->links[item].next)
+      if (vwgt[item] <= maxwgt) return item;
   }
-  return queue->buckets[queue->topbucket]->id;
+  return queue->buckets[queue->topbucket];
 }
 
 int CheckHeap() {

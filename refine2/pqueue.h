@@ -4,6 +4,11 @@
 // give constant-time operations when the gain range is small against the number of items; an
 // array binary heap with a locator takes over when the range is wide, so that the bucket heads
 // never outnumber the items by much.
+//
+// The refiners call the queue once or more per pin they touch, so the bucket operations are
+// inline here and the lists are linked by item numbers rather than pointers: half the memory of
+// a pointer node and no call per operation. The heap, used only for wide gain ranges, stays
+// out of line.
 #pragma once
 
 #include "core/core.h"
@@ -13,11 +18,11 @@ enum : int {
   PQUEUE_HEAP = 2,
 };
 
-// One list node per item; node i always carries item i.
-struct PQueueNode {
-  int id;
-  PQueueNode *prev;
-  PQueueNode *next;
+// The bucket list links of one item: the items before and after it in its bucket, -1 at either
+// end. Item i always owns link i.
+struct PQueueLink {
+  int prev;
+  int next;
 };
 
 struct PQueue {
@@ -27,22 +32,119 @@ struct PQueue {
   int topbucket;  // buckets: highest non-empty gain, -gainspan when empty
   int gainspan;   // buckets: largest absolute gain G
 
-  PQueueNode *nodes;     // buckets: maxitems nodes
-  PQueueNode **buckets;  // buckets: 2G+1 heads, shifted by G so that it is indexed by gain
-  KeyValue *heap;        // heap: key = gain, val = item; position 0 is the maximum
-  int *locator;          // heap: position of each item, -1 when absent
+  PQueueLink *links;  // buckets: maxitems links
+  int *buckets;       // buckets: 2G+1 list heads (-1 when empty), shifted by G so that it is
+                      // indexed by gain
+  KeyValue *heap;     // heap: key = gain, val = item; position 0 is the maximum
+  int *locator;       // heap: position of each item, -1 when absent
 };
 
 void PQueueInit__(PQueue *queue, int maxitems, int maxgain);
 void PQueueReset__(PQueue *queue);
 void PQueueFree__(PQueue *queue);
 
-int PQueueInsert__(PQueue *queue, int item, int gain);
-int PQueueDelete(PQueue *queue, int item, int gain);
-int PQueueUpdate__(PQueue *queue, int item, int oldgain, int newgain);
-
-int PQueueGetMax__(PQueue *queue);
-int PQueueSeeMax__(const PQueue *queue);
 int PQueueSeeConstraintMax(const PQueue *queue, int maxwgt, const int *vwgt);
-
 int CheckHeap();
+
+// Out-of-line parts: the heap operations and the report of a gain outside the bucket range.
+namespace pqueue_detail {
+void HeapInsert(PQueue *queue, int item, int gain);
+void HeapDelete(PQueue *queue, int item);
+void HeapUpdate(PQueue *queue, int item, int oldgain, int newgain);
+int HeapGetMax(PQueue *queue);
+[[noreturn]] void GainOutOfRange(const PQueue *queue, int gain);
+
+// Lowers topbucket after its bucket emptied: to -G when nothing is left, else to the next
+// non-empty bucket below.
+inline void StepDownTop(PQueue *queue) {
+  if (queue->nitems == 0) {
+    queue->topbucket = -queue->gainspan;
+    return;
+  }
+  const int *buckets = queue->buckets;
+  int top = queue->topbucket;
+  while (top > -queue->gainspan && buckets[top] == -1) top--;
+  queue->topbucket = top;
+}
+
+inline void BucketPush(PQueue *queue, int item, int gain) {
+  // The caller sizes the queue by the largest possible gain; a gain beyond it means the weights
+  // are not what that bound assumes (for instance negative hyperedge weights).
+  if (gain < -queue->gainspan || gain > queue->gainspan) [[unlikely]]
+    GainOutOfRange(queue, gain);
+  PQueueLink *links = queue->links;
+  const int head = queue->buckets[gain];
+  links[item].prev = -1;
+  links[item].next = head;
+  if (head != -1) links[head].prev = item;
+  queue->buckets[gain] = item;
+  if (gain > queue->topbucket) queue->topbucket = gain;
+}
+
+inline void BucketUnlink(PQueue *queue, int item, int gain) {
+  PQueueLink *links = queue->links;
+  const int prev = links[item].prev, next = links[item].next;
+  if (prev != -1)
+    links[prev].next = next;
+  else
+    queue->buckets[gain] = next;
+  if (next != -1) links[next].prev = prev;
+}
+}  // namespace pqueue_detail
+
+// Adds an item that is not in the queue.
+inline int PQueueInsert__(PQueue *queue, int item, int gain) {
+  queue->nitems++;
+  if (queue->qtype == PQUEUE_HEAP)
+    pqueue_detail::HeapInsert(queue, item, gain);
+  else
+    pqueue_detail::BucketPush(queue, item, gain);
+  return 0;
+}
+
+// Removes an item filed under `gain` (the gain is needed in bucket mode only).
+inline int PQueueDelete(PQueue *queue, int item, int gain) {
+  queue->nitems--;
+  if (queue->qtype == PQUEUE_HEAP) {
+    pqueue_detail::HeapDelete(queue, item);
+    return 0;
+  }
+  pqueue_detail::BucketUnlink(queue, item, gain);
+  if (queue->buckets[gain] == -1 && gain == queue->topbucket) pqueue_detail::StepDownTop(queue);
+  return 0;
+}
+
+// Refiles an item from oldgain to newgain; in bucket mode it goes to the head of its new bucket.
+inline int PQueueUpdate__(PQueue *queue, int item, int oldgain, int newgain) {
+  if (oldgain == newgain) return 0;
+  if (queue->qtype == PQUEUE_HEAP) {
+    pqueue_detail::HeapUpdate(queue, item, oldgain, newgain);
+    return 0;
+  }
+  PQueueDelete(queue, item, oldgain);
+  PQueueInsert__(queue, item, newgain);
+  return 0;
+}
+
+// Removes and returns the item of highest gain (the latest filed among equals), -1 when empty.
+inline int PQueueGetMax__(PQueue *queue) {
+  if (queue->nitems == 0) return -1;
+  if (queue->qtype == PQUEUE_HEAP) return pqueue_detail::HeapGetMax(queue);
+  queue->nitems--;
+  const int top = queue->topbucket;
+  const int item = queue->buckets[top];
+  const int next = queue->links[item].next;
+  queue->buckets[top] = next;
+  if (next != -1)
+    queue->links[next].prev = -1;
+  else
+    pqueue_detail::StepDownTop(queue);
+  return item;
+}
+
+// The item PQueueGetMax__ would return, left in place; -1 when empty.
+inline int PQueueSeeMax__(const PQueue *queue) {
+  if (queue->nitems == 0) return -1;
+  if (queue->qtype == PQUEUE_HEAP) return queue->heap[0].val;
+  return queue->buckets[queue->topbucket];
+}

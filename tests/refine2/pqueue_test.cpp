@@ -29,9 +29,8 @@ TEST(PQueue, RepresentationChosenByCapacityAgainstGainRange) {
   EXPECT_EQ(q.topbucket, -30);
   EXPECT_EQ(q.nitems, 0);
   EXPECT_EQ(q.maxitems, 10);
-  ASSERT_NE(q.nodes, nullptr);
-  for (int i = 0; i < 10; i++) EXPECT_EQ(q.nodes[i].id, i);
-  for (int g = -30; g <= 30; g++) EXPECT_EQ(q.buckets[g], nullptr);
+  ASSERT_NE(q.links, nullptr);
+  for (int g = -30; g <= 30; g++) EXPECT_EQ(q.buckets[g], -1);
   EXPECT_EQ(q.heap, nullptr);
   EXPECT_EQ(q.locator, nullptr);
   PQueueFree__(&q);
@@ -41,7 +40,7 @@ TEST(PQueue, RepresentationChosenByCapacityAgainstGainRange) {
   EXPECT_EQ(q.nitems, 0);
   ASSERT_NE(q.heap, nullptr);
   for (int i = 0; i < 10; i++) EXPECT_EQ(q.locator[i], -1);
-  EXPECT_EQ(q.nodes, nullptr);
+  EXPECT_EQ(q.links, nullptr);
   EXPECT_EQ(q.buckets, nullptr);
   PQueueFree__(&q);
 }
@@ -332,16 +331,16 @@ TEST(PQueue, HeapGetMaxKeepsLocatorConsistent) {
 TEST(PQueue, ResetEmptiesWithoutReallocating) {
   PQueue q;
   PQueueInit__(&q, 4, 6);
-  PQueueNode *nodes = q.nodes;
-  PQueueNode **buckets = q.buckets;
+  PQueueLink *links = q.links;
+  int *buckets = q.buckets;
   PQueueInsert__(&q, 0, 6);
   PQueueInsert__(&q, 1, -6);
   PQueueReset__(&q);
   EXPECT_EQ(q.nitems, 0);
   EXPECT_EQ(q.topbucket, -6);
-  EXPECT_EQ(q.nodes, nodes);
+  EXPECT_EQ(q.links, links);
   EXPECT_EQ(q.buckets, buckets);
-  for (int g = -6; g <= 6; g++) EXPECT_EQ(q.buckets[g], nullptr);
+  for (int g = -6; g <= 6; g++) EXPECT_EQ(q.buckets[g], -1);
   PQueueInsert__(&q, 1, 2);
   EXPECT_EQ(Drain(&q), (std::vector<int>{1}));
   PQueueFree__(&q);
@@ -365,7 +364,7 @@ TEST(PQueue, FreeSetsCapacityToZero) {
   PQueueInit__(&q, 4, 6);
   PQueueFree__(&q);
   EXPECT_EQ(q.maxitems, 0);
-  EXPECT_EQ(q.nodes, nullptr);
+  EXPECT_EQ(q.links, nullptr);
   EXPECT_EQ(q.buckets, nullptr);
   PQueueInit__(&q, 4, 100);
   PQueueFree__(&q);
