@@ -4,6 +4,7 @@
 // new best, undo move by move and so keep gains exact across passes. The "2" forms pick, within
 // each side, a high-gain vertex the side can afford to give up.
 #include <cstdio>
+#include <cstring>
 
 #include "refine2/moves.h"
 #include "refine2/refine2.h"
@@ -13,27 +14,58 @@ namespace {
 using refine2::Bounds;
 using refine2::FlipVertex;
 
+// Per-vertex state of a plain FM pass in one byte, so that the pin scans of the move loop read
+// one small array instead of both where and moved: a free vertex holds its side, a vertex that
+// moved in this pass (or is fixed) holds kLocked.
+constexpr unsigned char kLocked = 2;
+
 struct Scratch {
   PQueue queues[2];
   int *moved;
   int *swaps;
   int *perm;
+  // Plain refiners only: the byte state above, and per hyperedge the sides that vertices moved
+  // to in this pass (bit s for side s).
+  unsigned char *state;
+  unsigned char *lockedsides;
+  // Plain refiners only: the pin counts, gains and cut at the start of the pass, from which the
+  // next pass's state is derived by replaying the moves that were kept.
+  int *startndeg[2];
+  int *startgain;
+  int startcut;
+  int *netstamp;
+  int *cellstamp;
+  int *touched;
 };
 
-void CreateScratch(const HGraph *graph, Scratch *s) {
-  const int nvtxs = graph->nvtxs;
+void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
   const int maxgain = refine2::MaxGain(graph);
   PQueueInit__(&s->queues[0], nvtxs, maxgain);
   PQueueInit__(&s->queues[1], nvtxs, maxgain);
   s->moved = imalloc__(nvtxs, "FM_Refine: moved");
   s->swaps = imalloc__(nvtxs, "FM_Refine: swaps");
   s->perm = imalloc__(nvtxs, "FM_Refine: perm");
+  s->state = nullptr;
+  s->lockedsides = nullptr;
+  s->startndeg[0] = s->startndeg[1] = s->startgain = nullptr;
+  s->netstamp = s->cellstamp = s->touched = nullptr;
+  if (!plain) return;
+  s->state = static_cast<unsigned char *>(RVmalloc__(nvtxs, "FM_Refine: state"));
+  s->lockedsides = static_cast<unsigned char *>(RVmalloc__(nhedges, "FM_Refine: lockedsides"));
+  s->startndeg[0] = imalloc__(nhedges, "FM_Refine: startndeg[0]");
+  s->startndeg[1] = imalloc__(nhedges, "FM_Refine: startndeg[1]");
+  s->startgain = imalloc__(nvtxs, "FM_Refine: startgain");
+  s->netstamp = ismalloc__(nhedges, -1, "FM_Refine: netstamp");
+  s->cellstamp = ismalloc__(nvtxs, -1, "FM_Refine: cellstamp");
+  s->touched = imalloc__(nhedges, "FM_Refine: touched");
 }
 
 void FreeScratch(Scratch *s) {
   PQueueFree__(&s->queues[0]);
   PQueueFree__(&s->queues[1]);
-  RVfree__(&s->moved, &s->swaps, &s->perm);
+  RVfree__(&s->moved, &s->swaps, &s->perm, &s->state, &s->lockedsides, &s->startndeg[0],
+           &s->startndeg[1], &s->startgain, &s->netstamp, &s->cellstamp, &s->touched);
 }
 
 // Empties both queues, unlocks every vertex and queues the movable ones on their sides in a
@@ -54,6 +86,71 @@ void FillQueues(HGraph *graph, Scratch *s) {
   }
 }
 
+// Plain refiners: after FillQueues, marks every free vertex with its side and every fixed one
+// as locked, and clears the moved-to sides of every hyperedge.
+void StartPlainPass(const HGraph *graph, Scratch *s) {
+  const int nvtxs = graph->nvtxs, nfixed = graph->nfixed;
+  const int *where = graph->where;
+  for (int v = 0; v < nvtxs; v++)
+    s->state[v] = v < nfixed ? kLocked : static_cast<unsigned char>(where[v]);
+  std::memset(s->lockedsides, 0, static_cast<size_t>(graph->nhedges));
+}
+
+// Keeps the state a pass starts from (pin counts, gains, cut), so that the next pass can derive
+// its own from it instead of recomputing everything.
+void SaveStartState(const HGraph *graph, Scratch *s) {
+  std::memcpy(s->startndeg[0], graph->ndeg[0], sizeof(int) * static_cast<size_t>(graph->nhedges));
+  std::memcpy(s->startndeg[1], graph->ndeg[1], sizeof(int) * static_cast<size_t>(graph->nhedges));
+  std::memcpy(s->startgain, graph->gain, sizeof(int) * static_cast<size_t>(graph->nvtxs));
+  s->startcut = graph->mincut;
+}
+
+// Gives the graph the pin counts, gains and cut that a fresh computation from `where` would,
+// when `where` differs from the previous pass's start only by the first nkept moves of that
+// pass: their pin counts are replayed on the saved start, the cut is corrected for the
+// hyperedges they touched, and only the pins of those hyperedges get their gains recomputed.
+void DeriveStartState(HGraph *graph, Scratch *s, int nkept, int stamp) {
+  const int *incptr = graph->incptr, *incind = graph->incind;
+  const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
+  const int *where = graph->where;
+  int *nd0 = s->startndeg[0], *nd1 = s->startndeg[1];
+  int ntouched = 0;
+  int cut = s->startcut;
+  for (int i = 0; i < nkept; i++) {
+    const int v = s->swaps[i];
+    const int to = where[v];
+    int *ndto = to == 0 ? nd0 : nd1, *ndfrom = to == 0 ? nd1 : nd0;
+    for (int j = incptr[v]; j < incptr[v + 1]; j++) {
+      const int e = incind[j];
+      if (s->netstamp[e] != stamp) {
+        s->netstamp[e] = stamp;
+        s->touched[ntouched++] = e;
+        if (nd0[e] != 0 && nd1[e] != 0) cut -= netwgt[e];
+      }
+      ndto[e]++;
+      ndfrom[e]--;
+    }
+  }
+  for (int t = 0; t < ntouched; t++) {
+    const int e = s->touched[t];
+    if (nd0[e] != 0 && nd1[e] != 0) cut += netwgt[e];
+  }
+  for (int t = 0; t < ntouched; t++) {
+    const int e = s->touched[t];
+    for (int k = netptr[e]; k < netptr[e + 1]; k++) {
+      const int u = netind[k];
+      if (s->cellstamp[u] == stamp) continue;
+      s->cellstamp[u] = stamp;
+      s->startgain[u] = refine2::VertexGain(graph, u, nd0, nd1);
+    }
+  }
+  s->startcut = cut;
+  std::memcpy(graph->ndeg[0], nd0, sizeof(int) * static_cast<size_t>(graph->nhedges));
+  std::memcpy(graph->ndeg[1], nd1, sizeof(int) * static_cast<size_t>(graph->nhedges));
+  std::memcpy(graph->gain, s->startgain, sizeof(int) * static_cast<size_t>(graph->nvtxs));
+  graph->mincut = cut;
+}
+
 // Takes the chosen side's candidate out of its queue and moves it to the other side, recording
 // the move; returns the vertex and lowers newcut by its gain.
 template <bool kConstrained>
@@ -67,22 +164,75 @@ int MoveCandidate(HGraph *graph, Scratch *s, int from, int u0, int u1, int nswap
   return v;
 }
 
-// One pass's move loop of the plain refiners; returns the best point as (bestcut, mincutorder).
+// The pin-count and gain update after v moved from `from` to `to`, for the plain refiners,
+// which keep the gains of free vertices only. Besides the usual skip (more than two pins on the
+// receiving side and at least two on the giving side), a hyperedge that already had a vertex
+// moved to each side in this pass is passed over: with a locked pin on both sides it stays cut
+// whatever the free pins do, so none of their gains can change. Its pin counts are still kept.
+// Returns the weight of the hyperedges that this move locked on both sides.
+int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
+  const int *incptr = graph->incptr, *incind = graph->incind;
+  const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
+  const unsigned char *state = s->state;
+  unsigned char *lockedsides = s->lockedsides;
+  int *gain = graph->gain;
+  int *ndfrom = graph->ndeg[from], *ndto = graph->ndeg[to];
+  PQueue *queues = s->queues;
+  const unsigned char tobit = static_cast<unsigned char>(1 << to);
+  int newlylocked = 0;
+
+  for (int j = incptr[v]; j < incptr[v + 1]; j++) {
+    const int e = incind[j];
+    const int nto = ++ndto[e];
+    const int nfrom = --ndfrom[e];
+    const unsigned char sides = lockedsides[e];
+    if (sides == 3) continue;
+    if ((sides | tobit) == 3) newlylocked += netwgt[e];
+    lockedsides[e] = sides | tobit;
+    if (nto > 2 && nfrom >= 2) continue;
+    // Only these counts change a free pin's gain: the giving side down to its last pin (or
+    // emptied), the receiving side at its first or second pin.
+    const int w = netwgt[e];
+    const int fromdelta = (nfrom == 1 ? w : 0) + (nto == 1 ? w : 0);
+    const int todelta = (nfrom == 0 ? w : 0) + (nto == 2 ? w : 0);
+    for (int k = netptr[e]; k < netptr[e + 1]; k++) {
+      const int u = netind[k];
+      const int side = state[u];
+      if (side == kLocked) continue;
+      const int oldgain = gain[u];
+      const int newgain = side == from ? oldgain + fromdelta : oldgain - todelta;
+      if (newgain == oldgain) continue;
+      gain[u] = newgain;
+      PQueueUpdate__(&queues[side], u, oldgain, newgain);
+    }
+  }
+  return newlylocked;
+}
+
+// One pass's move loop of the plain refiners; returns the best point as (bestcut, mincutorder)
+// and the number of moves made.
+//
+// A hyperedge with a vertex moved to each side stays cut for the rest of the pass, so the total
+// weight of such hyperedges bounds every later cut from below (the tracked cut is never below
+// the true one while hyperedge weights are not negative: single-pin hyperedges only raise it).
+// Once that bound exceeds the best cut no later point can be recorded, and with `canstop` the
+// pass ends there: the moves it skips would all be undone.
 template <bool kConstrained>
-void FMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, int *bestcut,
-             int *mincutorder) {
+int FMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, bool canstop,
+            int *bestcut, int *mincutorder) {
   const int nvtxs = graph->nvtxs;
-  int *where = graph->where, *gain = graph->gain, *pwgts = graph->pwgts;
+  int *gain = graph->gain, *pwgts = graph->pwgts;
   const int *cellwgt = graph->cellwgt;
-  int *moved = s->moved;
   PQueue *queues = s->queues;
 
   int newcut = initcut;
   int mindiff = refine2::AbsDiff(pwgts[0], pwgts[1]);
+  long long lockedcut = 0;
   *bestcut = initcut;
   *mincutorder = -1;
 
-  for (int nswaps = 0; nswaps < nvtxs; nswaps++) {
+  int nswaps;
+  for (nswaps = 0; nswaps < nvtxs; nswaps++) {
     const int u0 = refine2::SideCandidate<kConstrained>(graph, &queues[0], b, 0);
     const int u1 = refine2::SideCandidate<kConstrained>(graph, &queues[1], b, 1);
     int from;
@@ -114,29 +264,46 @@ void FMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, i
                     gain[v], newcut, pwgts[0], pwgts[1]);
     }
 
-    refine2::UpdateMove(
-        graph, v, from, to, [moved](int u) { return moved[u] == -1; },
-        [queues, where, gain](int u, int oldgain) {
-          PQueueUpdate__(&queues[where[u]], u, oldgain, gain[u]);
-        });
+    s->state[v] = kLocked;
+    lockedcut += UpdatePlainMove(graph, s, v, from, to);
+    if (canstop && lockedcut > *bestcut) return nswaps + 1;
   }
+  return nswaps;
+}
+
+// Whether a pass may end as soon as no later point can beat its best: not when every move is
+// traced, and not with negative hyperedge weights, where the locked-cut bound does not hold.
+bool PassMayEndEarly(const PartCtrl *ctrl, const HGraph *graph) {
+  if (ctrl->dbglvl & DBG_MOVES) return false;
+  for (int e = 0; e < graph->nhedges; e++)
+    if (graph->netwgt[e] < 0) return false;
+  return true;
 }
 
 template <bool kConstrained>
 void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
-  const int nvtxs = graph->nvtxs, nfixed = graph->nfixed;
+  const int nfixed = graph->nfixed;
   int *where = graph->where, *pwgts = graph->pwgts;
 
   Scratch s;
-  CreateScratch(graph, &s);
+  CreateScratch(graph, &s, true);
   if (npasses >= 1 && nfixed < 0) errexit__("Refine_FM: negative fixed-vertex count %d", nfixed);
 
+  const bool canstop = PassMayEndEarly(ctrl, graph);
+  int nkept = 0;  // moves the previous pass kept
   for (int pass = 0; pass < npasses; pass++) {
     starttimer__(ctrl, ctrl->InitRefTmr);
-    ComputeInitGains__(graph);
+    // The side weights stay exact through the undo; pin counts, gains and the cut are computed
+    // afresh on the first pass and derived from the previous pass's start afterwards.
+    if (pass == 0)
+      ComputeInitGains__(graph);
+    else
+      DeriveStartState(graph, &s, nkept, pass);
+    SaveStartState(graph, &s);
     const Bounds b = refine2::BalanceBounds(ctrl, pwgts);
     const int initcut = graph->mincut;
     FillQueues(graph, &s);
+    StartPlainPass(graph, &s);
     if ((ctrl->dbglvl & DBG_REFINE) && pass == 0)
       std::printf(kConstrained
                       ? "Partitions2: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d %d]\n"
@@ -147,12 +314,12 @@ void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
 
     starttimer__(ctrl, ctrl->IterTmr);
     int bestcut, mincutorder;
-    FMMoves<kConstrained>(ctrl, graph, &s, b, initcut, &bestcut, &mincutorder);
+    const int nmoves =
+        FMMoves<kConstrained>(ctrl, graph, &s, b, initcut, canstop, &bestcut, &mincutorder);
     stoptimer__(ctrl, ctrl->IterTmr);
 
     starttimer__(ctrl, ctrl->WrapUpTmr);
-    // Every movable vertex was moved once, so the moves fill swaps[0 .. nvtxs-nfixed-1].
-    for (int i = mincutorder + 1; i < nvtxs - nfixed; i++) {
+    for (int i = mincutorder + 1; i < nmoves; i++) {
       const int v = s.swaps[i];
       const int from = where[v];
       FlipVertex(graph, v, from, (from + 1) % 2);
@@ -161,6 +328,7 @@ void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
       std::printf("\tMinimum Cut: %8d at %5d [%6d %6d]\n", bestcut, mincutorder, pwgts[0],
                   pwgts[1]);
     graph->mincut = bestcut;
+    nkept = mincutorder + 1;
     stoptimer__(ctrl, ctrl->WrapUpTmr);
     if (bestcut == initcut) break;
   }
@@ -242,7 +410,7 @@ void RefineEEFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) 
   const int limit = static_cast<int>(static_cast<float>(nvtxs) * fraction);
 
   Scratch s;
-  CreateScratch(graph, &s);
+  CreateScratch(graph, &s, false);
 
   starttimer__(ctrl, ctrl->InitRefTmr);
   ComputeInitGains__(graph);

@@ -2,27 +2,10 @@
 // per side, side weights, cut and vertex gains) and the cut read back from the pin counts.
 #include <cmath>
 
+#include "refine2/moves.h"
 #include "refine2/refine2.h"
 
 namespace {
-
-// Gain of moving v alone from side s to the other side t: each hyperedge of which v is the last
-// pin on s while t already holds pins gains its weight; each hyperedge entirely on s (a
-// single-pin hyperedge included) loses it.
-inline int VertexGain(const HGraph *graph, int v, const int *ndeg0, const int *ndeg1) {
-  const int *incptr = graph->incptr, *incind = graph->incind, *netwgt = graph->netwgt;
-  const int *own = graph->where[v] == 0 ? ndeg0 : ndeg1;
-  const int *other = graph->where[v] == 0 ? ndeg1 : ndeg0;
-  int gain = 0;
-  for (int j = incptr[v]; j < incptr[v + 1]; j++) {
-    const int e = incind[j];
-    if (other[e] != 0 && own[e] == 1)
-      gain += netwgt[e];
-    else if (other[e] == 0)
-      gain -= netwgt[e];
-  }
-  return gain;
-}
 
 // Fills pin counts (zeroed by the caller), gains, side weights and the cut from where.
 void ComputeStateInto(const HGraph *graph, int *ndeg0, int *ndeg1, int *gain, int *pwgts,
@@ -51,7 +34,7 @@ void ComputeStateInto(const HGraph *graph, int *ndeg0, int *ndeg1, int *gain, in
     if (side != 0 && side != 1)
       errexit__("ComputeInitGains: vertex %d is on side %d of a bisection", v, side);
     pwgts[side] += cellwgt[v];
-    gain[v] = VertexGain(graph, v, ndeg0, ndeg1);
+    gain[v] = refine2::VertexGain(graph, v, ndeg0, ndeg1);
   }
 }
 

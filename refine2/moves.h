@@ -109,6 +109,24 @@ inline void UpdateMove(HGraph *graph, int v, int from, int to, Select select, Re
   }
 }
 
+// Gain of moving v alone from side s to the other side t: each hyperedge of which v is the last
+// pin on s while t already holds pins gains its weight; each hyperedge entirely on s (a
+// single-pin hyperedge included) loses it.
+inline int VertexGain(const HGraph *graph, int v, const int *ndeg0, const int *ndeg1) {
+  const int *incptr = graph->incptr, *incind = graph->incind, *netwgt = graph->netwgt;
+  const int *own = graph->where[v] == 0 ? ndeg0 : ndeg1;
+  const int *other = graph->where[v] == 0 ? ndeg1 : ndeg0;
+  int gain = 0;
+  for (int j = incptr[v]; j < incptr[v + 1]; j++) {
+    const int e = incind[j];
+    if (other[e] != 0 && own[e] == 1)
+      gain += netwgt[e];
+    else if (other[e] == 0)
+      gain -= netwgt[e];
+  }
+  return gain;
+}
+
 // Puts v on side `to`, taking its weight from side `from`.
 inline void FlipVertex(HGraph *graph, int v, int from, int to) {
   graph->where[v] = to;
