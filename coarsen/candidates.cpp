@@ -41,10 +41,11 @@ int Scan(int v, const Incidence &g, int *htable, CandScratch &s, UseNet useNet, 
          Replaces replaces) {
   s.ncand = 0;
   if (g.incptr[v + 1] == g.incptr[v]) return -1;
-  for (int j = g.incptr[v]; j < g.incptr[v + 1]; j++) {
+  // Loop bounds are read once: the stores to htable and the lists could otherwise alias them.
+  for (int j = g.incptr[v], jend = g.incptr[v + 1]; j < jend; j++) {
     const int h = g.incind[j];
     if (!useNet(h)) continue;
-    for (int t = g.netptr[h]; t < g.netptr[h + 1]; t++) {
+    for (int t = g.netptr[h], tend = g.netptr[h + 1]; t < tend; t++) {
       const int u = g.netind[t];
       if (u == v || !qualifies(u)) continue;
       if (htable[u] != -1) {

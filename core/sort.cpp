@@ -102,20 +102,22 @@ void QuickInsertSort(T *a, int n, Before before) {
   InsertionPass(a, n, before);
 }
 
-inline bool IntAscending(int a, int b) {
-  return a < b;
-}
-inline bool KeyAscending(const KeyValue &a, const KeyValue &b) {
-  return a.key < b.key;
-}
-inline bool KeyDescending(const KeyValue &a, const KeyValue &b) {
-  return a.key > b.key;
-}
+// Comparisons as function objects rather than functions, so that every comparison of the sort
+// is compiled inline.
+struct IntAscending {
+  bool operator()(int a, int b) const { return a < b; }
+};
+struct KeyAscending {
+  bool operator()(const KeyValue &a, const KeyValue &b) const { return a.key < b.key; }
+};
+struct KeyDescending {
+  bool operator()(const KeyValue &a, const KeyValue &b) const { return a.key > b.key; }
+};
 
 }  // namespace
 
 void iintsort__(int n, int *a) {
-  QuickInsertSort(a, n, IntAscending);
+  QuickInsertSort(a, n, IntAscending{});
 }
 
 void ikeysort__(int n, KeyValue *pairs) {
@@ -125,15 +127,15 @@ void ikeysort__(int n, KeyValue *pairs) {
   if (n * 0.05 > descents)
     ikeysort2__(n, pairs);
   else
-    QuickInsertSort(pairs, n, KeyAscending);
+    QuickInsertSort(pairs, n, KeyAscending{});
 }
 
 void ikeysort2__(int n, KeyValue *pairs) {
   if (n < 1) return;
-  PlaceSentinel(pairs, n - 1, KeyAscending);
-  InsertionPass(pairs, n, KeyAscending);
+  PlaceSentinel(pairs, n - 1, KeyAscending{});
+  InsertionPass(pairs, n, KeyAscending{});
 }
 
 void dkeysort__(int n, KeyValue *pairs) {
-  QuickInsertSort(pairs, n, KeyDescending);
+  QuickInsertSort(pairs, n, KeyDescending{});
 }

@@ -181,7 +181,8 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
   const unsigned char tobit = static_cast<unsigned char>(1 << to);
   int newlylocked = 0;
 
-  for (int j = incptr[v]; j < incptr[v + 1]; j++) {
+  // Loop bounds are read once: the stores to counts and gains could otherwise alias them.
+  for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++) {
     const int e = incind[j];
     const int nto = ++ndto[e];
     const int nfrom = --ndfrom[e];
@@ -195,8 +196,8 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
     const int w = netwgt[e];
     const int fromdelta = (nfrom == 1 ? w : 0) + (nto == 1 ? w : 0);
     const int todelta = (nfrom == 0 ? w : 0) + (nto == 2 ? w : 0);
-    for (int k = netptr[e]; k < netptr[e + 1]; k++) {
-      const int u = netind[k];
+    for (const int *pin = netind + netptr[e], *end = netind + netptr[e + 1]; pin < end; pin++) {
+      const int u = *pin;
       const int side = state[u];
       if (side == kLocked) continue;
       const int oldgain = gain[u];

@@ -16,7 +16,7 @@ void ComputeStateInto(const HGraph *graph, int *ndeg0, int *ndeg1, int *gain, in
 
   *cut = 0;
   for (int e = 0; e < nhedges; e++) {
-    for (int j = netptr[e]; j < netptr[e + 1]; j++) {
+    for (int j = netptr[e], jend = netptr[e + 1]; j < jend; j++) {
       const int side = where[netind[j]];
       if (side == 0)
         ndeg0[e]++;

@@ -117,7 +117,7 @@ inline int VertexGain(const HGraph *graph, int v, const int *ndeg0, const int *n
   const int *own = graph->where[v] == 0 ? ndeg0 : ndeg1;
   const int *other = graph->where[v] == 0 ? ndeg1 : ndeg0;
   int gain = 0;
-  for (int j = incptr[v]; j < incptr[v + 1]; j++) {
+  for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++) {
     const int e = incind[j];
     if (other[e] != 0 && own[e] == 1)
       gain += netwgt[e];
