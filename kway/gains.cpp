@@ -85,6 +85,37 @@ void MovePinBetweenParts(NetKwayInfo &net, int e, int from, int to, int *fromlef
   *toafter = ++net.nbrs[k].npins;
 }
 
+// Most entries the record of vertex v can ever hold: one per part other than its own, and no
+// more than its hyperedges' part lists can name. A list never has more entries than its hyperedge
+// has pins, and a single-pin hyperedge names no other part. Without incidence arrays the part
+// count alone bounds it.
+int RecordRoom(const HGraph *graph, int v, int nparts) {
+  const int most = nparts - 1;
+  if (graph->incptr == nullptr) return most;
+  const int *incptr = graph->incptr, *incind = graph->incind, *netptr = graph->netptr;
+  long long room = 0;
+  for (int i = incptr[v]; i < incptr[v + 1] && room < most; i++) {
+    const int size = netptr[incind[i] + 1] - netptr[incind[i]];
+    if (size > 1) room += size < most ? size : most;
+  }
+  return room < most ? static_cast<int>(room) : most;
+}
+
+// Points every vertex record into one pool sized by what each can hold, rather than a full
+// Nparts entries each: at many parts most of that would be allocated and touched for nothing.
+void AllocateVertexRecords(HGraph *graph, int nparts) {
+  const int nvtxs = graph->nvtxs;
+  long long total = 0;
+  for (int v = 0; v < nvtxs; v++) total += RecordRoom(graph, v, nparts);
+  graph->crdata = static_cast<KwayDegree *>(RVmalloc__(
+      total * static_cast<long long>(sizeof(KwayDegree)), "AllocateKwayRefinementMemory: crdata"));
+  long long next = 0;
+  for (int v = 0; v < nvtxs; v++) {
+    graph->crinfo[v].nbrs = graph->crdata + next;
+    next += RecordRoom(graph, v, nparts);
+  }
+}
+
 }  // namespace
 
 void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
@@ -95,8 +126,8 @@ void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
         "hyperedges)",
         nvtxs, nhedges);
   if (nparts < 1) errexit__("AllocateKwayRefinementMemory: number of parts %d is below 1", nparts);
-  // The vertex pool holds nvtxs x Nparts entries counted in an int; refuse a product that does
-  // not fit rather than allocate a wrapped size.
+  // Entry positions are counted in ints: refuse a hypergraph whose vertices times parts do not fit
+  // one, so that no sum over records can wrap.
   if (nvtxs > INT_MAX / nparts)
     errexit__(
         "AllocateKwayRefinementMemory: %d vertices x %d parts exceeds the largest entry "
@@ -117,15 +148,12 @@ void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
   graph->nrdata =
       static_cast<NetKwayEntry *>(RVmalloc__(static_cast<long long>(npins) * sizeof(NetKwayEntry),
                                              "AllocateKwayRefinementMemory: nrdata"));
-  graph->crdata = static_cast<KwayDegree *>(
-      RVmalloc__(static_cast<long long>(nvtxs * nparts) * sizeof(KwayDegree),
-                 "AllocateKwayRefinementMemory: crdata"));
+  AllocateVertexRecords(graph, nparts);
 
   for (int e = 0; e < nhedges; e++) {
     graph->nrinfo[e].nnbrs = 0;
     graph->nrinfo[e].nbrs = graph->nrdata + graph->netptr[e];
   }
-  for (int v = 0; v < nvtxs; v++) graph->crinfo[v].nbrs = graph->crdata + v * nparts;
 }
 
 void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph) {

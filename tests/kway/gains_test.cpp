@@ -35,7 +35,22 @@ TEST(KwayAllocate, PoolLayoutAndZeroPartWeights) {
   for (int p = 0; p < 3; p++) EXPECT_EQ(g->kpwgts[p], 0);
   EXPECT_EQ(g->nrinfo[0].nbrs, g->nrdata + 0);
   EXPECT_EQ(g->nrinfo[1].nbrs, g->nrdata + 3);
-  for (int v = 0; v < 4; v++) EXPECT_EQ(g->crinfo[v].nbrs, g->crdata + v * 3);
+  // Each record has room for one entry per other part: two here, as every vertex meets both.
+  for (int v = 0; v < 4; v++) EXPECT_EQ(g->crinfo[v].nbrs, g->crdata + v * 2);
+  FreeHGraph__(g);
+}
+
+TEST(KwayAllocate, RecordRoomIsBoundedByHyperedgeSizes) {
+  // With many parts a record needs no more entries than its hyperedges have pins; single-pin
+  // hyperedges name no other part.
+  PartCtrl ctrl = MakeCtrl(8, 1.0f);
+  HGraph *g = MakeGraph(5, {{0, 1, 2}, {2, 3}, {4}, {3}});
+  AllocateKwayRefinementMemory__(&ctrl, g);
+  EXPECT_EQ(g->crinfo[0].nbrs, g->crdata + 0);
+  EXPECT_EQ(g->crinfo[1].nbrs, g->crdata + 3);
+  EXPECT_EQ(g->crinfo[2].nbrs, g->crdata + 6);
+  EXPECT_EQ(g->crinfo[3].nbrs, g->crdata + 11);
+  EXPECT_EQ(g->crinfo[4].nbrs, g->crdata + 13);
   FreeHGraph__(g);
 }
 
