@@ -16,6 +16,7 @@ int PinsInPart(const NetKwayInfo &net, int p) {
 void ComputeVertexGains(HGraph *graph, int v) {
   const int *incptr = graph->incptr, *incind = graph->incind, *netwgt = graph->netwgt;
   const NetKwayInfo *nrinfo = graph->nrinfo;
+  int *slot = graph->kslot;
   CellKwayInfo &r = graph->crinfo[v];
   const int p = graph->where[v];
 
@@ -35,24 +36,24 @@ void ComputeVertexGains(HGraph *graph, int v) {
       if (q == p) continue;
       const int cq = net.nbrs[j].npins;
       const int sign = c > cq ? -1 : (c == cq ? 0 : 1);
-      int k = 0;
-      while (k < r.nnbrs && r.nbrs[k].pid != q) k++;
-      KwayDegree &d = r.nbrs[k];
-      if (k == r.nnbrs) {
-        d.pid = q;
-        d.ewgt = 0;
-        d.conngain = w;
-        d.pinbias = sign;
-        r.nnbrs++;
-      } else {
-        d.conngain += w;
-        d.pinbias += sign;
+      // Entries stay in the order their parts are first met; the slot table finds them without
+      // a search through the record.
+      int k = slot[q];
+      if (k < 0) {
+        k = slot[q] = r.nnbrs++;
+        r.nbrs[k] = KwayDegree{q, 0, 0, 0};
       }
+      KwayDegree &d = r.nbrs[k];
+      d.conngain += w;
+      d.pinbias += sign;
       if (c == 1 && net.nnbrs == 2) d.ewgt += w;
     }
   }
   const int base = r.solewgt - graph->adjwgt[v];
-  for (int k = 0; k < r.nnbrs; k++) r.nbrs[k].conngain += base;
+  for (int k = 0; k < r.nnbrs; k++) {
+    r.nbrs[k].conngain += base;
+    slot[r.nbrs[k].pid] = -1;
+  }
 }
 
 // Takes one pin of e out of part from and puts it into part to.
@@ -103,12 +104,19 @@ int RecordRoom(const HGraph *graph, int v, int nparts) {
 
 // Points every vertex record into one pool sized by what each can hold, rather than a full
 // Nparts entries each: at many parts most of that would be allocated and touched for nothing.
+// A pool handed over from another level is kept when it is large enough, so that its pages are
+// not returned to the system and faulted in again level after level.
 void AllocateVertexRecords(HGraph *graph, int nparts) {
   const int nvtxs = graph->nvtxs;
   long long total = 0;
   for (int v = 0; v < nvtxs; v++) total += RecordRoom(graph, v, nparts);
-  graph->crdata = static_cast<KwayDegree *>(RVmalloc__(
-      total * static_cast<long long>(sizeof(KwayDegree)), "AllocateKwayRefinementMemory: crdata"));
+  if (graph->crdata == nullptr || graph->crdatasize < total) {
+    RVfree__(&graph->crdata);
+    graph->crdata =
+        static_cast<KwayDegree *>(RVmalloc__(total * static_cast<long long>(sizeof(KwayDegree)),
+                                             "AllocateKwayRefinementMemory: crdata"));
+    graph->crdatasize = static_cast<int>(total);
+  }
   long long next = 0;
   for (int v = 0; v < nvtxs; v++) {
     graph->crinfo[v].nbrs = graph->crdata + next;
@@ -139,6 +147,8 @@ void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
   graph->where =
       imalloc__(static_cast<long long>(nvtxs) + graph->nislands, "AllocateRefinementMemory: where");
   graph->kpwgts = ismalloc__(nparts, 0, "AllocateKwayRefinementMemory: kpwgts");
+  RVfree__(&graph->kslot);
+  graph->kslot = ismalloc__(nparts, -1, "AllocateKwayRefinementMemory: kslot");
   graph->nrinfo =
       static_cast<NetKwayInfo *>(RVmalloc__(static_cast<long long>(nhedges) * sizeof(NetKwayInfo),
                                             "AllocateKwayRefinementMemory: nrinfo"));
@@ -170,21 +180,20 @@ void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph) {
   iset__(nparts, 0, graph->kpwgts);
   graph->mincut = graph->soed = 0;
 
+  // Parts are listed in the order the pins meet them; the slot table stands in for a search.
+  int *slot = graph->kslot;
   for (int e = 0; e < nhedges; e++) {
     NetKwayInfo &net = graph->nrinfo[e];
     net.nnbrs = 0;
     for (int i = netptr[e]; i < netptr[e + 1]; i++) {
       const int p = where[netind[i]];
-      int j = 0;
-      while (j < net.nnbrs && net.nbrs[j].pid != p) j++;
-      if (j == net.nnbrs) {
-        net.nbrs[j].pid = p;
-        net.nbrs[j].npins = 1;
-        net.nnbrs++;
-      } else {
-        net.nbrs[j].npins++;
+      if (slot[p] < 0) {
+        slot[p] = net.nnbrs++;
+        net.nbrs[slot[p]] = NetKwayEntry{p, 0};
       }
+      net.nbrs[slot[p]].npins++;
     }
+    for (int j = 0; j < net.nnbrs; j++) slot[net.nbrs[j].pid] = -1;
     if (net.nnbrs > 1) {
       graph->mincut += netwgt[e];
       graph->soed += net.nnbrs * netwgt[e];
@@ -194,6 +203,19 @@ void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph) {
   for (int v = 0; v < nvtxs; v++) {
     graph->kpwgts[where[v]] += graph->cellwgt[v];
     ComputeVertexGains(graph, v);
+  }
+}
+
+void HandOverKwayPool__(HGraph *from, HGraph *to) {
+  if (from == to || from->crdata == nullptr) return;
+  RVfree__(&from->crinfo);
+  if (to->crinfo == nullptr && (to->crdata == nullptr || to->crdatasize < from->crdatasize)) {
+    RVfree__(&to->crdata);
+    to->crdata = from->crdata;
+    to->crdatasize = from->crdatasize;
+    from->crdata = nullptr;
+  } else {
+    RVfree__(&from->crdata);
   }
 }
 
