@@ -86,30 +86,39 @@ void MovePinBetweenParts(NetKwayInfo &net, int e, int from, int to, int *fromlef
   *toafter = ++net.nbrs[k].npins;
 }
 
-// Most entries the record of vertex v can ever hold: one per part other than its own, and no
-// more than its hyperedges' part lists can name. A list never has more entries than its hyperedge
-// has pins, and a single-pin hyperedge names no other part. Without incidence arrays the part
-// count alone bounds it.
-int RecordRoom(const HGraph *graph, int v, int nparts) {
-  const int most = nparts - 1;
-  if (graph->incptr == nullptr) return most;
-  const int *incptr = graph->incptr, *incind = graph->incind, *netptr = graph->netptr;
-  long long room = 0;
-  for (int i = incptr[v]; i < incptr[v + 1] && room < most; i++) {
-    const int size = netptr[incind[i] + 1] - netptr[incind[i]];
-    if (size > 1) room += size < most ? size : most;
+// Gathers in crinfo[v].nnbrs the most entries the record of vertex v can ever hold: one per part
+// other than its own, and no more than its hyperedges' part lists can name. A list never has more
+// entries than its hyperedge has pins, and a single-pin hyperedge names no other part.
+void GatherRecordRoom(HGraph *graph, int nparts) {
+  const int nvtxs = graph->nvtxs, most = nparts - 1;
+  CellKwayInfo *crinfo = graph->crinfo;
+  if (graph->netptr == nullptr) {
+    for (int v = 0; v < nvtxs; v++) crinfo[v].nnbrs = most;
+    return;
   }
-  return room < most ? static_cast<int>(room) : most;
+  for (int v = 0; v < nvtxs; v++) crinfo[v].nnbrs = 0;
+  const int *netptr = graph->netptr, *netind = graph->netind;
+  for (int e = 0; e < graph->nhedges; e++) {
+    const int size = netptr[e + 1] - netptr[e];
+    if (size < 2) continue;
+    const int add = size < most ? size : most;
+    for (int j = netptr[e]; j < netptr[e + 1]; j++) {
+      int &room = crinfo[netind[j]].nnbrs;
+      room = most - room > add ? room + add : most;
+    }
+  }
 }
 
 // Points every vertex record into one pool sized by what each can hold, rather than a full
 // Nparts entries each: at many parts most of that would be allocated and touched for nothing.
 // A pool handed over from another level is kept when it is large enough, so that its pages are
-// not returned to the system and faulted in again level after level.
+// not returned to the system and faulted in again level after level. Every record starts empty.
 void AllocateVertexRecords(HGraph *graph, int nparts) {
   const int nvtxs = graph->nvtxs;
+  CellKwayInfo *crinfo = graph->crinfo;
+  GatherRecordRoom(graph, nparts);
   long long total = 0;
-  for (int v = 0; v < nvtxs; v++) total += RecordRoom(graph, v, nparts);
+  for (int v = 0; v < nvtxs; v++) total += crinfo[v].nnbrs;
   if (graph->crdata == nullptr || graph->crdatasize < total) {
     RVfree__(&graph->crdata);
     graph->crdata =
@@ -119,8 +128,9 @@ void AllocateVertexRecords(HGraph *graph, int nparts) {
   }
   long long next = 0;
   for (int v = 0; v < nvtxs; v++) {
-    graph->crinfo[v].nbrs = graph->crdata + next;
-    next += RecordRoom(graph, v, nparts);
+    crinfo[v].nbrs = graph->crdata + next;
+    next += crinfo[v].nnbrs;
+    crinfo[v].nnbrs = 0;
   }
 }
 

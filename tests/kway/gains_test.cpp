@@ -64,6 +64,61 @@ TEST(KwayAllocate, WhereHasRoomForIslands) {
   FreeHGraph__(g);
 }
 
+TEST(KwayPool, HandedOverPoolIsReusedWhileLargeEnough) {
+  PartCtrl ctrl = MakeCtrl(4, 1.0f);
+  HGraph *big = MakeGraph(4, {{0, 1, 2, 3}});
+  HGraph *small = MakeGraph(2, {{0, 1}});
+  AllocateKwayRefinementMemory__(&ctrl, big);
+  KwayDegree *pool = big->crdata;
+  EXPECT_EQ(big->crdatasize, 12);
+  HandOverKwayPool__(big, small);
+  EXPECT_EQ(big->crdata, nullptr);
+  EXPECT_EQ(big->crinfo, nullptr);  // its records went with the pool
+  EXPECT_EQ(small->crdata, pool);
+  AllocateKwayRefinementMemory__(&ctrl, small);
+  EXPECT_EQ(small->crdata, pool);
+  EXPECT_EQ(small->crdatasize, 12);
+  EXPECT_EQ(small->crinfo[1].nbrs, pool + 2);
+  for (int v = 0; v < 2; v++) small->where[v] = v;
+  ComputeInitKwayGains__(&ctrl, small);
+  EXPECT_EQ(small->mincut, 1);
+  ASSERT_NE(EntryFor(small, 0, 1), nullptr);
+  EXPECT_EQ(EntryFor(small, 0, 1)->ewgt, 1);
+  FreeHGraph__(big);
+  FreeHGraph__(small);
+}
+
+TEST(KwayPool, TooSmallPoolIsReplaced) {
+  PartCtrl ctrl = MakeCtrl(4, 1.0f);
+  HGraph *small = MakeGraph(2, {{0, 1}});
+  HGraph *big = MakeGraph(4, {{0, 1, 2, 3}});
+  AllocateKwayRefinementMemory__(&ctrl, small);
+  HandOverKwayPool__(small, big);
+  EXPECT_EQ(big->crdatasize, 4);
+  AllocateKwayRefinementMemory__(&ctrl, big);
+  EXPECT_EQ(big->crdatasize, 12);
+  for (int v = 0; v < 4; v++) EXPECT_EQ(big->crinfo[v].nbrs, big->crdata + 3 * v);
+  FreeHGraph__(small);
+  FreeHGraph__(big);
+}
+
+TEST(KwayPool, ReceiverWithRecordsKeepsItsOwnPool) {
+  PartCtrl ctrl = MakeCtrl(4, 1.0f);
+  HGraph *a = MakeGraph(4, {{0, 1, 2, 3}});
+  HGraph *b = MakeGraph(2, {{0, 1}});
+  AllocateKwayRefinementMemory__(&ctrl, a);
+  AllocateKwayRefinementMemory__(&ctrl, b);
+  KwayDegree *own = b->crdata;
+  HandOverKwayPool__(a, b);
+  EXPECT_EQ(b->crdata, own);
+  EXPECT_EQ(b->crinfo[1].nbrs, own + 2);
+  EXPECT_EQ(a->crdata, nullptr);
+  HandOverKwayPool__(b, b);  // handing a pool to itself changes nothing
+  EXPECT_EQ(b->crdata, own);
+  FreeHGraph__(a);
+  FreeHGraph__(b);
+}
+
 TEST(KwayAllocateDeathTest, VertexPoolOverflowIsFatal) {
   PartCtrl ctrl = MakeCtrl(40000, 1.0f);
   HGraph *g = CreateHGraph__();
