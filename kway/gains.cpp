@@ -12,6 +12,27 @@ int PinsInPart(const NetKwayInfo &net, int p) {
   return 0;
 }
 
+// -1, 0 or 1 as a part with cq pins of a hyperedge holds fewer, as many or more of them than the
+// vertex's own part with c.
+int PinSign(int c, int cq) {
+  return c > cq ? -1 : (c == cq ? 0 : 1);
+}
+
+// Adds one hyperedge's share to the entry for part q, opening it when q is first met; entries
+// stay in that order, and the slot table finds them without a search through the record.
+[[gnu::always_inline]] inline void AddToEntry(CellKwayInfo &r, int *slot, int q, int w, int sign,
+                                              int ewgt) {
+  int k = slot[q];
+  if (k < 0) {
+    k = slot[q] = r.nnbrs++;
+    r.nbrs[k] = KwayDegree{q, 0, 0, 0};
+  }
+  KwayDegree &d = r.nbrs[k];
+  d.conngain += w;
+  d.pinbias += sign;
+  d.ewgt += ewgt;
+}
+
 // Recomputes the record of vertex v from the hyperedge part lists and where.
 void ComputeVertexGains(HGraph *graph, int v) {
   const int *incptr = graph->incptr, *incind = graph->incind, *netwgt = graph->netwgt;
@@ -29,24 +50,20 @@ void ComputeVertexGains(HGraph *graph, int v) {
       r.iwgt += w;
       continue;
     }
+    if (net.nnbrs == 2 && (net.nbrs[0].pid == p || net.nbrs[1].pid == p)) {
+      // The most common cut hyperedge: v's part and one other, read off without scanning.
+      const NetKwayEntry &own = net.nbrs[net.nbrs[0].pid == p ? 0 : 1];
+      const NetKwayEntry &other = net.nbrs[net.nbrs[0].pid == p ? 1 : 0];
+      if (own.npins == 1) r.solewgt += w;
+      AddToEntry(r, slot, other.pid, w, PinSign(own.npins, other.npins), own.npins == 1 ? w : 0);
+      continue;
+    }
     const int c = PinsInPart(net, p);
     if (c == 1) r.solewgt += w;
+    const int ewgt = c == 1 && net.nnbrs == 2 ? w : 0;
     for (int j = 0; j < net.nnbrs; j++) {
       const int q = net.nbrs[j].pid;
-      if (q == p) continue;
-      const int cq = net.nbrs[j].npins;
-      const int sign = c > cq ? -1 : (c == cq ? 0 : 1);
-      // Entries stay in the order their parts are first met; the slot table finds them without
-      // a search through the record.
-      int k = slot[q];
-      if (k < 0) {
-        k = slot[q] = r.nnbrs++;
-        r.nbrs[k] = KwayDegree{q, 0, 0, 0};
-      }
-      KwayDegree &d = r.nbrs[k];
-      d.conngain += w;
-      d.pinbias += sign;
-      if (c == 1 && net.nnbrs == 2) d.ewgt += w;
+      if (q != p) AddToEntry(r, slot, q, w, PinSign(c, net.nbrs[j].npins), ewgt);
     }
   }
   const int base = r.solewgt - graph->adjwgt[v];
@@ -92,20 +109,18 @@ void MovePinBetweenParts(NetKwayInfo &net, int e, int from, int to, int *fromlef
 void GatherRecordRoom(HGraph *graph, int nparts) {
   const int nvtxs = graph->nvtxs, most = nparts - 1;
   CellKwayInfo *crinfo = graph->crinfo;
-  if (graph->netptr == nullptr) {
+  if (graph->incptr == nullptr) {
     for (int v = 0; v < nvtxs; v++) crinfo[v].nnbrs = most;
     return;
   }
-  for (int v = 0; v < nvtxs; v++) crinfo[v].nnbrs = 0;
-  const int *netptr = graph->netptr, *netind = graph->netind;
-  for (int e = 0; e < graph->nhedges; e++) {
-    const int size = netptr[e + 1] - netptr[e];
-    if (size < 2) continue;
-    const int add = size < most ? size : most;
-    for (int j = netptr[e]; j < netptr[e + 1]; j++) {
-      int &room = crinfo[netind[j]].nnbrs;
-      room = most - room > add ? room + add : most;
+  const int *incptr = graph->incptr, *incind = graph->incind, *netptr = graph->netptr;
+  for (int v = 0; v < nvtxs; v++) {
+    int room = 0;
+    for (int i = incptr[v]; i < incptr[v + 1] && room < most; i++) {
+      const int size = netptr[incind[i] + 1] - netptr[incind[i]];
+      if (size > 1) room = most - room > size ? room + size : most;
     }
+    crinfo[v].nnbrs = room;
   }
 }
 
