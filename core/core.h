@@ -101,7 +101,9 @@ struct HGraph {
   CellKwayInfo *crinfo;
   NetKwayEntry *nrdata;
   KwayDegree *crdata;
+  int crdatasize;  // entries crdata has room for: a pool large enough is kept for the next level
   int *kpwgts;
+  int *kslot;  // part -> its entry in the vertex record being rebuilt, -1 for every other part
 };
 
 // The control record handed as first argument to every internal routine.

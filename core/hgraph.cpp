@@ -32,7 +32,9 @@ void InitHGraph__(HGraph *graph) {
   graph->crinfo = nullptr;
   graph->nrdata = nullptr;
   graph->crdata = nullptr;
+  graph->crdatasize = 0;
   graph->kpwgts = nullptr;
+  graph->kslot = nullptr;
 }
 
 void FreeHGraph__(HGraph *graph) {
@@ -40,14 +42,14 @@ void FreeHGraph__(HGraph *graph) {
            &graph->netwgt, &graph->adjwgt, &graph->edgewgt, &graph->cellmap, &graph->netmap,
            &graph->islandmap, &graph->mptr, &graph->mind, &graph->gain, &graph->ndeg[0],
            &graph->ndeg[1], &graph->where, &graph->kpwgts, &graph->nrinfo, &graph->crinfo,
-           &graph->nrdata, &graph->crdata);
+           &graph->nrdata, &graph->crdata, &graph->kslot);
   std::free(graph);
 }
 
 void FreeRootHGraph__(HGraph *graph) {
   RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->gain,
            &graph->ndeg[0], &graph->ndeg[1], &graph->islandmap, &graph->where, &graph->kpwgts,
-           &graph->nrinfo, &graph->crinfo, &graph->nrdata, &graph->crdata);
+           &graph->nrinfo, &graph->crinfo, &graph->nrdata, &graph->crdata, &graph->kslot);
 }
 
 void CreateIncidentHGraph__(HGraph *graph) {

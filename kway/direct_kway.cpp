@@ -36,10 +36,20 @@ int ActualObjective(const PartCtrl *ctrl, HGraph *graph, const int *where) {
   return CutObjective(ctrl) ? ComputeActualCut__(graph, where) : ComputeActualSOED__(graph, where);
 }
 
-// Releases the grouping and k-way arrays of a hypergraph while keeping its partition.
+// Releases the grouping and k-way arrays of a hypergraph while keeping its partition and its
+// vertex-entry pool, which the next levels take over.
 void ReleaseKwayWork(HGraph *graph) {
   RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->nrinfo,
-           &graph->crinfo, &graph->crdata, &graph->nrdata, &graph->kpwgts, &graph->islandmap);
+           &graph->crinfo, &graph->nrdata, &graph->kpwgts, &graph->kslot, &graph->islandmap);
+}
+
+// Frees what a trial left on a root hypergraph except its vertex-entry pool, which the next
+// trial's levels take over.
+void FreeRootKeepingPool(HGraph *graph) {
+  KwayDegree *pool = graph->crdata;
+  graph->crdata = nullptr;
+  FreeRootHGraph__(graph);
+  graph->crdata = pool;
 }
 
 // An objective that no partition can reach: every hyperedge cut into ten parts, plus one.
@@ -56,6 +66,7 @@ int ImpossibleObjective(const HGraph *graph) {
 // pruned, the partition is refined again with every hyperedge counted.
 void AdoptPrunedPartition(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) {
   const bool trace = ctrl->dbglvl & DBG_TRACE;
+  HandOverKwayPool__(pgraph, graph);
   if (pgraph->nhedges < graph->nhedges) {
     if (trace) {
       std::printf("[%d, ", ActualObjective(ctrl, graph, pgraph->where));
@@ -194,6 +205,7 @@ int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
     if (oldCType == 1) ctrl->CType = trial % 2 == 0 ? 1 : 2;
 
     HGraph *coarsest = Coarsen__(ctrl, pgraph);
+    HandOverKwayPool__(pgraph, coarsest);
     InitPartitionKway__(ctrl, coarsest);
     RefineKway__(ctrl, pgraph, coarsest);
     const bool improving = pgraph->kwayobj < bestpruned;
@@ -225,13 +237,15 @@ int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
     }
     if (ctrl->Vcycle == 1) OfferToSlots__(&keep, graph->where, nvtxs, obj);
 
+    HandOverKwayPool__(graph, pgraph);
     FreeRootHGraph__(graph);
-    FreeRootHGraph__(pgraph);
+    FreeRootKeepingPool(pgraph);
   }
   ctrl->CType = oldCType;
 
   if (ctrl->Vcycle == 1) {
     graph->where = imalloc__(nvtxs, "Hypergraph_Bisection: where");
+    HandOverKwayPool__(pgraph, graph);
     for (int i = 0; i < keep.count; i++) {
       icopy__(nvtxs, keep.parts[i], graph->where);
       graph->kwayobj = keep.objs[i];

@@ -12,10 +12,32 @@ int PinsInPart(const NetKwayInfo &net, int p) {
   return 0;
 }
 
+// -1, 0 or 1 as a part with cq pins of a hyperedge holds fewer, as many or more of them than the
+// vertex's own part with c.
+int PinSign(int c, int cq) {
+  return c > cq ? -1 : (c == cq ? 0 : 1);
+}
+
+// Adds one hyperedge's share to the entry for part q, opening it when q is first met; entries
+// stay in that order, and the slot table finds them without a search through the record.
+[[gnu::always_inline]] inline void AddToEntry(CellKwayInfo &r, int *slot, int q, int w, int sign,
+                                              int ewgt) {
+  int k = slot[q];
+  if (k < 0) {
+    k = slot[q] = r.nnbrs++;
+    r.nbrs[k] = KwayDegree{q, 0, 0, 0};
+  }
+  KwayDegree &d = r.nbrs[k];
+  d.conngain += w;
+  d.pinbias += sign;
+  d.ewgt += ewgt;
+}
+
 // Recomputes the record of vertex v from the hyperedge part lists and where.
 void ComputeVertexGains(HGraph *graph, int v) {
   const int *incptr = graph->incptr, *incind = graph->incind, *netwgt = graph->netwgt;
   const NetKwayInfo *nrinfo = graph->nrinfo;
+  int *slot = graph->kslot;
   CellKwayInfo &r = graph->crinfo[v];
   const int p = graph->where[v];
 
@@ -28,31 +50,27 @@ void ComputeVertexGains(HGraph *graph, int v) {
       r.iwgt += w;
       continue;
     }
+    if (net.nnbrs == 2 && (net.nbrs[0].pid == p || net.nbrs[1].pid == p)) {
+      // The most common cut hyperedge: v's part and one other, read off without scanning.
+      const NetKwayEntry &own = net.nbrs[net.nbrs[0].pid == p ? 0 : 1];
+      const NetKwayEntry &other = net.nbrs[net.nbrs[0].pid == p ? 1 : 0];
+      if (own.npins == 1) r.solewgt += w;
+      AddToEntry(r, slot, other.pid, w, PinSign(own.npins, other.npins), own.npins == 1 ? w : 0);
+      continue;
+    }
     const int c = PinsInPart(net, p);
     if (c == 1) r.solewgt += w;
+    const int ewgt = c == 1 && net.nnbrs == 2 ? w : 0;
     for (int j = 0; j < net.nnbrs; j++) {
       const int q = net.nbrs[j].pid;
-      if (q == p) continue;
-      const int cq = net.nbrs[j].npins;
-      const int sign = c > cq ? -1 : (c == cq ? 0 : 1);
-      int k = 0;
-      while (k < r.nnbrs && r.nbrs[k].pid != q) k++;
-      KwayDegree &d = r.nbrs[k];
-      if (k == r.nnbrs) {
-        d.pid = q;
-        d.ewgt = 0;
-        d.conngain = w;
-        d.pinbias = sign;
-        r.nnbrs++;
-      } else {
-        d.conngain += w;
-        d.pinbias += sign;
-      }
-      if (c == 1 && net.nnbrs == 2) d.ewgt += w;
+      if (q != p) AddToEntry(r, slot, q, w, PinSign(c, net.nbrs[j].npins), ewgt);
     }
   }
   const int base = r.solewgt - graph->adjwgt[v];
-  for (int k = 0; k < r.nnbrs; k++) r.nbrs[k].conngain += base;
+  for (int k = 0; k < r.nnbrs; k++) {
+    r.nbrs[k].conngain += base;
+    slot[r.nbrs[k].pid] = -1;
+  }
 }
 
 // Takes one pin of e out of part from and puts it into part to.
@@ -85,6 +103,52 @@ void MovePinBetweenParts(NetKwayInfo &net, int e, int from, int to, int *fromlef
   *toafter = ++net.nbrs[k].npins;
 }
 
+// Gathers in crinfo[v].nnbrs the most entries the record of vertex v can ever hold: one per part
+// other than its own, and no more than its hyperedges' part lists can name. A list never has more
+// entries than its hyperedge has pins, and a single-pin hyperedge names no other part.
+void GatherRecordRoom(HGraph *graph, int nparts) {
+  const int nvtxs = graph->nvtxs, most = nparts - 1;
+  CellKwayInfo *crinfo = graph->crinfo;
+  if (graph->incptr == nullptr) {
+    for (int v = 0; v < nvtxs; v++) crinfo[v].nnbrs = most;
+    return;
+  }
+  const int *incptr = graph->incptr, *incind = graph->incind, *netptr = graph->netptr;
+  for (int v = 0; v < nvtxs; v++) {
+    int room = 0;
+    for (int i = incptr[v]; i < incptr[v + 1] && room < most; i++) {
+      const int size = netptr[incind[i] + 1] - netptr[incind[i]];
+      if (size > 1) room = most - room > size ? room + size : most;
+    }
+    crinfo[v].nnbrs = room;
+  }
+}
+
+// Points every vertex record into one pool sized by what each can hold, rather than a full
+// Nparts entries each: at many parts most of that would be allocated and touched for nothing.
+// A pool handed over from another level is kept when it is large enough, so that its pages are
+// not returned to the system and faulted in again level after level. Every record starts empty.
+void AllocateVertexRecords(HGraph *graph, int nparts) {
+  const int nvtxs = graph->nvtxs;
+  CellKwayInfo *crinfo = graph->crinfo;
+  GatherRecordRoom(graph, nparts);
+  long long total = 0;
+  for (int v = 0; v < nvtxs; v++) total += crinfo[v].nnbrs;
+  if (graph->crdata == nullptr || graph->crdatasize < total) {
+    RVfree__(&graph->crdata);
+    graph->crdata =
+        static_cast<KwayDegree *>(RVmalloc__(total * static_cast<long long>(sizeof(KwayDegree)),
+                                             "AllocateKwayRefinementMemory: crdata"));
+    graph->crdatasize = static_cast<int>(total);
+  }
+  long long next = 0;
+  for (int v = 0; v < nvtxs; v++) {
+    crinfo[v].nbrs = graph->crdata + next;
+    next += crinfo[v].nnbrs;
+    crinfo[v].nnbrs = 0;
+  }
+}
+
 }  // namespace
 
 void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
@@ -95,8 +159,8 @@ void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
         "hyperedges)",
         nvtxs, nhedges);
   if (nparts < 1) errexit__("AllocateKwayRefinementMemory: number of parts %d is below 1", nparts);
-  // The vertex pool holds nvtxs x Nparts entries counted in an int; refuse a product that does
-  // not fit rather than allocate a wrapped size.
+  // Entry positions are counted in ints: refuse a hypergraph whose vertices times parts do not fit
+  // one, so that no sum over records can wrap.
   if (nvtxs > INT_MAX / nparts)
     errexit__(
         "AllocateKwayRefinementMemory: %d vertices x %d parts exceeds the largest entry "
@@ -108,6 +172,8 @@ void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
   graph->where =
       imalloc__(static_cast<long long>(nvtxs) + graph->nislands, "AllocateRefinementMemory: where");
   graph->kpwgts = ismalloc__(nparts, 0, "AllocateKwayRefinementMemory: kpwgts");
+  RVfree__(&graph->kslot);
+  graph->kslot = ismalloc__(nparts, -1, "AllocateKwayRefinementMemory: kslot");
   graph->nrinfo =
       static_cast<NetKwayInfo *>(RVmalloc__(static_cast<long long>(nhedges) * sizeof(NetKwayInfo),
                                             "AllocateKwayRefinementMemory: nrinfo"));
@@ -117,15 +183,12 @@ void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
   graph->nrdata =
       static_cast<NetKwayEntry *>(RVmalloc__(static_cast<long long>(npins) * sizeof(NetKwayEntry),
                                              "AllocateKwayRefinementMemory: nrdata"));
-  graph->crdata = static_cast<KwayDegree *>(
-      RVmalloc__(static_cast<long long>(nvtxs * nparts) * sizeof(KwayDegree),
-                 "AllocateKwayRefinementMemory: crdata"));
+  AllocateVertexRecords(graph, nparts);
 
   for (int e = 0; e < nhedges; e++) {
     graph->nrinfo[e].nnbrs = 0;
     graph->nrinfo[e].nbrs = graph->nrdata + graph->netptr[e];
   }
-  for (int v = 0; v < nvtxs; v++) graph->crinfo[v].nbrs = graph->crdata + v * nparts;
 }
 
 void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph) {
@@ -142,21 +205,20 @@ void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph) {
   iset__(nparts, 0, graph->kpwgts);
   graph->mincut = graph->soed = 0;
 
+  // Parts are listed in the order the pins meet them; the slot table stands in for a search.
+  int *slot = graph->kslot;
   for (int e = 0; e < nhedges; e++) {
     NetKwayInfo &net = graph->nrinfo[e];
     net.nnbrs = 0;
     for (int i = netptr[e]; i < netptr[e + 1]; i++) {
       const int p = where[netind[i]];
-      int j = 0;
-      while (j < net.nnbrs && net.nbrs[j].pid != p) j++;
-      if (j == net.nnbrs) {
-        net.nbrs[j].pid = p;
-        net.nbrs[j].npins = 1;
-        net.nnbrs++;
-      } else {
-        net.nbrs[j].npins++;
+      if (slot[p] < 0) {
+        slot[p] = net.nnbrs++;
+        net.nbrs[slot[p]] = NetKwayEntry{p, 0};
       }
+      net.nbrs[slot[p]].npins++;
     }
+    for (int j = 0; j < net.nnbrs; j++) slot[net.nbrs[j].pid] = -1;
     if (net.nnbrs > 1) {
       graph->mincut += netwgt[e];
       graph->soed += net.nnbrs * netwgt[e];
@@ -166,6 +228,19 @@ void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph) {
   for (int v = 0; v < nvtxs; v++) {
     graph->kpwgts[where[v]] += graph->cellwgt[v];
     ComputeVertexGains(graph, v);
+  }
+}
+
+void HandOverKwayPool__(HGraph *from, HGraph *to) {
+  if (from == to || from->crdata == nullptr) return;
+  RVfree__(&from->crinfo);
+  if (to->crinfo == nullptr && (to->crdata == nullptr || to->crdatasize < from->crdatasize)) {
+    RVfree__(&to->crdata);
+    to->crdata = from->crdata;
+    to->crdatasize = from->crdatasize;
+    from->crdata = nullptr;
+  } else {
+    RVfree__(&from->crdata);
   }
 }
 

@@ -5,6 +5,10 @@
 
 void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph);
 void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph);
+// Gives the vertex-entry pool of `from`, whose vertex records are dropped with it, to `to`, which
+// keeps the larger of the two pools unless it holds vertex records of its own; the other pool is
+// freed. Reusing one pool spares faulting fresh pages in at every level and trial.
+void HandOverKwayPool__(HGraph *from, HGraph *to);
 int ComputeKwayGainsSet__(HGraph *graph, int n, const int *list);
 int KwayUpdateGainInfo__(HGraph *graph, int v, int from, int to, int *marker, int *list);
 

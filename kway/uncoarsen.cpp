@@ -32,6 +32,7 @@ void RefineLevel(PartCtrl *ctrl, HGraph *graph) {
 void ProjectKwayPartition__(PartCtrl *ctrl, HGraph *graph) {
   starttimer__(ctrl, ctrl->ProjectTmr);
   HGraph *finer = graph->finer;
+  HandOverKwayPool__(graph, finer);
   AllocateKwayRefinementMemory__(ctrl, finer);
   const int *cellmap = finer->cellmap, *cwhere = graph->where;
   const int ncoarse = graph->nvtxs + graph->nislands;
@@ -80,13 +81,16 @@ int VCycleRefinementKway__(PartCtrl *ctrl, HGraph *graph, int nvcycles) {
 
   for (int i = 0; i < nvcycles; i++) {
     ctrl->CType = i % 2;
-    RefineKway__(ctrl, graph, CCoarsen__(ctrl, graph));
+    HGraph *coarsest = CCoarsen__(ctrl, graph);
+    HandOverKwayPool__(graph, coarsest);
+    RefineKway__(ctrl, graph, coarsest);
     if (ctrl->dbglvl & DBG_TRACE) {
       std::printf("%d ", graph->kwayobj);
       std::fflush(stdout);
     }
+    // The vertex-entry pool stays for the next cycle's levels.
     RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->nrinfo,
-             &graph->crinfo, &graph->crdata, &graph->nrdata, &graph->kpwgts, &graph->islandmap);
+             &graph->crinfo, &graph->nrdata, &graph->kpwgts, &graph->kslot, &graph->islandmap);
 
     if (graph->kwayobj < best) {
       best = graph->kwayobj;

@@ -35,7 +35,22 @@ TEST(KwayAllocate, PoolLayoutAndZeroPartWeights) {
   for (int p = 0; p < 3; p++) EXPECT_EQ(g->kpwgts[p], 0);
   EXPECT_EQ(g->nrinfo[0].nbrs, g->nrdata + 0);
   EXPECT_EQ(g->nrinfo[1].nbrs, g->nrdata + 3);
-  for (int v = 0; v < 4; v++) EXPECT_EQ(g->crinfo[v].nbrs, g->crdata + v * 3);
+  // Each record has room for one entry per other part: two here, as every vertex meets both.
+  for (int v = 0; v < 4; v++) EXPECT_EQ(g->crinfo[v].nbrs, g->crdata + v * 2);
+  FreeHGraph__(g);
+}
+
+TEST(KwayAllocate, RecordRoomIsBoundedByHyperedgeSizes) {
+  // With many parts a record needs no more entries than its hyperedges have pins; single-pin
+  // hyperedges name no other part.
+  PartCtrl ctrl = MakeCtrl(8, 1.0f);
+  HGraph *g = MakeGraph(5, {{0, 1, 2}, {2, 3}, {4}, {3}});
+  AllocateKwayRefinementMemory__(&ctrl, g);
+  EXPECT_EQ(g->crinfo[0].nbrs, g->crdata + 0);
+  EXPECT_EQ(g->crinfo[1].nbrs, g->crdata + 3);
+  EXPECT_EQ(g->crinfo[2].nbrs, g->crdata + 6);
+  EXPECT_EQ(g->crinfo[3].nbrs, g->crdata + 11);
+  EXPECT_EQ(g->crinfo[4].nbrs, g->crdata + 13);
   FreeHGraph__(g);
 }
 
@@ -47,6 +62,61 @@ TEST(KwayAllocate, WhereHasRoomForIslands) {
   for (int v = 0; v < 5; v++) g->where[v] = 1;  // writes every slot; sanitizers catch overruns
   EXPECT_EQ(g->where[4], 1);
   FreeHGraph__(g);
+}
+
+TEST(KwayPool, HandedOverPoolIsReusedWhileLargeEnough) {
+  PartCtrl ctrl = MakeCtrl(4, 1.0f);
+  HGraph *big = MakeGraph(4, {{0, 1, 2, 3}});
+  HGraph *small = MakeGraph(2, {{0, 1}});
+  AllocateKwayRefinementMemory__(&ctrl, big);
+  KwayDegree *pool = big->crdata;
+  EXPECT_EQ(big->crdatasize, 12);
+  HandOverKwayPool__(big, small);
+  EXPECT_EQ(big->crdata, nullptr);
+  EXPECT_EQ(big->crinfo, nullptr);  // its records went with the pool
+  EXPECT_EQ(small->crdata, pool);
+  AllocateKwayRefinementMemory__(&ctrl, small);
+  EXPECT_EQ(small->crdata, pool);
+  EXPECT_EQ(small->crdatasize, 12);
+  EXPECT_EQ(small->crinfo[1].nbrs, pool + 2);
+  for (int v = 0; v < 2; v++) small->where[v] = v;
+  ComputeInitKwayGains__(&ctrl, small);
+  EXPECT_EQ(small->mincut, 1);
+  ASSERT_NE(EntryFor(small, 0, 1), nullptr);
+  EXPECT_EQ(EntryFor(small, 0, 1)->ewgt, 1);
+  FreeHGraph__(big);
+  FreeHGraph__(small);
+}
+
+TEST(KwayPool, TooSmallPoolIsReplaced) {
+  PartCtrl ctrl = MakeCtrl(4, 1.0f);
+  HGraph *small = MakeGraph(2, {{0, 1}});
+  HGraph *big = MakeGraph(4, {{0, 1, 2, 3}});
+  AllocateKwayRefinementMemory__(&ctrl, small);
+  HandOverKwayPool__(small, big);
+  EXPECT_EQ(big->crdatasize, 4);
+  AllocateKwayRefinementMemory__(&ctrl, big);
+  EXPECT_EQ(big->crdatasize, 12);
+  for (int v = 0; v < 4; v++) EXPECT_EQ(big->crinfo[v].nbrs, big->crdata + 3 * v);
+  FreeHGraph__(small);
+  FreeHGraph__(big);
+}
+
+TEST(KwayPool, ReceiverWithRecordsKeepsItsOwnPool) {
+  PartCtrl ctrl = MakeCtrl(4, 1.0f);
+  HGraph *a = MakeGraph(4, {{0, 1, 2, 3}});
+  HGraph *b = MakeGraph(2, {{0, 1}});
+  AllocateKwayRefinementMemory__(&ctrl, a);
+  AllocateKwayRefinementMemory__(&ctrl, b);
+  KwayDegree *own = b->crdata;
+  HandOverKwayPool__(a, b);
+  EXPECT_EQ(b->crdata, own);
+  EXPECT_EQ(b->crinfo[1].nbrs, own + 2);
+  EXPECT_EQ(a->crdata, nullptr);
+  HandOverKwayPool__(b, b);  // handing a pool to itself changes nothing
+  EXPECT_EQ(b->crdata, own);
+  FreeHGraph__(a);
+  FreeHGraph__(b);
 }
 
 TEST(KwayAllocateDeathTest, VertexPoolOverflowIsFatal) {
