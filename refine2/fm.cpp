@@ -28,6 +28,7 @@ struct Scratch {
   // to in this pass (bit s for side s).
   unsigned char *state;
   unsigned char *lockedsides;
+  int *freepins[2];  // per hyperedge, its free pins on each side
   // Plain refiners only: the pin counts, gains and cut at the start of the pass, from which the
   // next pass's state is derived by replaying the moves that were kept.
   int *startndeg[2];
@@ -48,11 +49,14 @@ void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
   s->perm = imalloc__(nvtxs, "FM_Refine: perm");
   s->state = nullptr;
   s->lockedsides = nullptr;
+  s->freepins[0] = s->freepins[1] = nullptr;
   s->startndeg[0] = s->startndeg[1] = s->startgain = nullptr;
   s->netstamp = s->cellstamp = s->touched = nullptr;
   if (!plain) return;
   s->state = static_cast<unsigned char *>(RVmalloc__(nvtxs, "FM_Refine: state"));
   s->lockedsides = static_cast<unsigned char *>(RVmalloc__(nhedges, "FM_Refine: lockedsides"));
+  s->freepins[0] = imalloc__(nhedges, "FM_Refine: freepins[0]");
+  s->freepins[1] = imalloc__(nhedges, "FM_Refine: freepins[1]");
   s->startndeg[0] = imalloc__(nhedges, "FM_Refine: startndeg[0]");
   s->startndeg[1] = imalloc__(nhedges, "FM_Refine: startndeg[1]");
   s->startgain = imalloc__(nvtxs, "FM_Refine: startgain");
@@ -64,8 +68,9 @@ void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
 void FreeScratch(Scratch *s) {
   PQueueFree__(&s->queues[0]);
   PQueueFree__(&s->queues[1]);
-  RVfree__(&s->moved, &s->swaps, &s->perm, &s->state, &s->lockedsides, &s->startndeg[0],
-           &s->startndeg[1], &s->startgain, &s->netstamp, &s->cellstamp, &s->touched);
+  RVfree__(&s->moved, &s->swaps, &s->perm, &s->state, &s->lockedsides, &s->freepins[0],
+           &s->freepins[1], &s->startndeg[0], &s->startndeg[1], &s->startgain, &s->netstamp,
+           &s->cellstamp, &s->touched);
 }
 
 // Empties both queues, unlocks every vertex and queues the movable ones on their sides in a
@@ -94,6 +99,13 @@ void StartPlainPass(const HGraph *graph, Scratch *s) {
   for (int v = 0; v < nvtxs; v++)
     s->state[v] = v < nfixed ? kLocked : static_cast<unsigned char>(where[v]);
   std::memset(s->lockedsides, 0, static_cast<size_t>(graph->nhedges));
+  // Every pin is free but the fixed ones.
+  for (int side = 0; side < 2; side++)
+    std::memcpy(s->freepins[side], graph->ndeg[side],
+                sizeof(int) * static_cast<size_t>(graph->nhedges));
+  for (int v = 0; v < nfixed; v++)
+    for (int j = graph->incptr[v]; j < graph->incptr[v + 1]; j++)
+      s->freepins[where[v]][graph->incind[j]]--;
 }
 
 // Keeps the state a pass starts from (pin counts, gains, cut), so that the next pass can derive
@@ -177,6 +189,8 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
   unsigned char *lockedsides = s->lockedsides;
   int *gain = graph->gain;
   int *ndfrom = graph->ndeg[from], *ndto = graph->ndeg[to];
+  int *freefrom = s->freepins[from];
+  const int *freeto = s->freepins[to];
   PQueue *queues = s->queues;
   const unsigned char tobit = static_cast<unsigned char>(1 << to);
   int newlylocked = 0;
@@ -186,6 +200,7 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
     const int e = incind[j];
     const int nto = ++ndto[e];
     const int nfrom = --ndfrom[e];
+    const int nfreefrom = --freefrom[e];
     const unsigned char sides = lockedsides[e];
     if (sides == 3) continue;
     if ((sides | tobit) == 3) newlylocked += netwgt[e];
@@ -196,6 +211,8 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
     const int w = netwgt[e];
     const int fromdelta = (nfrom == 1 ? w : 0) + (nto == 1 ? w : 0);
     const int todelta = (nfrom == 0 ? w : 0) + (nto == 2 ? w : 0);
+    // Nothing to scan when no free pin sits on a side whose pins change.
+    if ((fromdelta == 0 || nfreefrom == 0) && (todelta == 0 || freeto[e] == 0)) continue;
     for (const int *pin = netind + netptr[e], *end = netind + netptr[e + 1]; pin < end; pin++) {
       const int u = *pin;
       const int side = state[u];
