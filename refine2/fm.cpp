@@ -91,6 +91,12 @@ void FillQueues(HGraph *graph, Scratch *s) {
   }
 }
 
+// memcpy of n ints; an empty array may be null (allocating nothing gives null), which memcpy
+// must not be handed.
+void CopyInts(int *dst, const int *src, int n) {
+  if (n > 0) std::memcpy(dst, src, sizeof(int) * static_cast<size_t>(n));
+}
+
 // Plain refiners: after FillQueues, marks every free vertex with its side and every fixed one
 // as locked, and clears the moved-to sides of every hyperedge.
 void StartPlainPass(const HGraph *graph, Scratch *s) {
@@ -98,11 +104,10 @@ void StartPlainPass(const HGraph *graph, Scratch *s) {
   const int *where = graph->where;
   for (int v = 0; v < nvtxs; v++)
     s->state[v] = v < nfixed ? kLocked : static_cast<unsigned char>(where[v]);
-  std::memset(s->lockedsides, 0, static_cast<size_t>(graph->nhedges));
+  if (graph->nhedges > 0) std::memset(s->lockedsides, 0, static_cast<size_t>(graph->nhedges));
   // Every pin is free but the fixed ones.
   for (int side = 0; side < 2; side++)
-    std::memcpy(s->freepins[side], graph->ndeg[side],
-                sizeof(int) * static_cast<size_t>(graph->nhedges));
+    CopyInts(s->freepins[side], graph->ndeg[side], graph->nhedges);
   for (int v = 0; v < nfixed; v++)
     for (int j = graph->incptr[v]; j < graph->incptr[v + 1]; j++)
       s->freepins[where[v]][graph->incind[j]]--;
@@ -111,9 +116,9 @@ void StartPlainPass(const HGraph *graph, Scratch *s) {
 // Keeps the state a pass starts from (pin counts, gains, cut), so that the next pass can derive
 // its own from it instead of recomputing everything.
 void SaveStartState(const HGraph *graph, Scratch *s) {
-  std::memcpy(s->startndeg[0], graph->ndeg[0], sizeof(int) * static_cast<size_t>(graph->nhedges));
-  std::memcpy(s->startndeg[1], graph->ndeg[1], sizeof(int) * static_cast<size_t>(graph->nhedges));
-  std::memcpy(s->startgain, graph->gain, sizeof(int) * static_cast<size_t>(graph->nvtxs));
+  CopyInts(s->startndeg[0], graph->ndeg[0], graph->nhedges);
+  CopyInts(s->startndeg[1], graph->ndeg[1], graph->nhedges);
+  CopyInts(s->startgain, graph->gain, graph->nvtxs);
   s->startcut = graph->mincut;
 }
 
@@ -157,9 +162,9 @@ void DeriveStartState(HGraph *graph, Scratch *s, int nkept, int stamp) {
     }
   }
   s->startcut = cut;
-  std::memcpy(graph->ndeg[0], nd0, sizeof(int) * static_cast<size_t>(graph->nhedges));
-  std::memcpy(graph->ndeg[1], nd1, sizeof(int) * static_cast<size_t>(graph->nhedges));
-  std::memcpy(graph->gain, s->startgain, sizeof(int) * static_cast<size_t>(graph->nvtxs));
+  CopyInts(graph->ndeg[0], nd0, graph->nhedges);
+  CopyInts(graph->ndeg[1], nd1, graph->nhedges);
+  CopyInts(graph->gain, s->startgain, graph->nvtxs);
   graph->mincut = cut;
 }
 
