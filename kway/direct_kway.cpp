@@ -36,13 +36,6 @@ int ActualObjective(const PartCtrl *ctrl, HGraph *graph, const int *where) {
   return CutObjective(ctrl) ? ComputeActualCut__(graph, where) : ComputeActualSOED__(graph, where);
 }
 
-// Releases the grouping and k-way arrays of a hypergraph while keeping its partition and its
-// vertex-entry pool, which the next levels take over.
-void ReleaseKwayWork(HGraph *graph) {
-  RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->nrinfo,
-           &graph->crinfo, &graph->nrdata, &graph->kpwgts, &graph->kslot, &graph->islandmap);
-}
-
 // Frees what a trial left on a root hypergraph except its vertex-entry pool, which the next
 // trial's levels take over.
 void FreeRootKeepingPool(HGraph *graph) {
@@ -222,7 +215,7 @@ int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
     }
 
     if (DirectKwayWantsVCycles(ctrl, graph->kwayobj, best, improving)) {
-      ReleaseKwayWork(graph);
+      ReleaseKwayWork__(graph);
       VCycleRefinementKway__(ctrl, graph, kVCycles);
     }
     if (ctrl->dbglvl & DBG_RUNS)
@@ -255,7 +248,7 @@ int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
         best = graph->kwayobj;
       }
       RVfree__(&keep.parts[i]);
-      ReleaseKwayWork(graph);
+      ReleaseKwayWork__(graph);
     }
     FreeRootHGraph__(graph);
   }

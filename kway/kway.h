@@ -9,6 +9,9 @@ void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph);
 // keeps the larger of the two pools unless it holds vertex records of its own; the other pool is
 // freed. Reusing one pool spares faulting fresh pages in at every level and trial.
 void HandOverKwayPool__(HGraph *from, HGraph *to);
+// Releases the grouping and k-way arrays of a hypergraph while keeping its partition and its
+// vertex-entry pool, which the next levels, trials or cycles take over.
+void ReleaseKwayWork__(HGraph *graph);
 int ComputeKwayGainsSet__(HGraph *graph, int n, const int *list);
 int KwayUpdateGainInfo__(HGraph *graph, int v, int from, int to, int *marker, int *list);
 

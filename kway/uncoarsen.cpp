@@ -71,6 +71,11 @@ void RefineKway__(PartCtrl *ctrl, HGraph *orggraph, HGraph *graph) {
   stoptimer__(ctrl, ctrl->UncoarsenTmr);
 }
 
+void ReleaseKwayWork__(HGraph *graph) {
+  RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->nrinfo,
+           &graph->crinfo, &graph->nrdata, &graph->kpwgts, &graph->kslot, &graph->islandmap);
+}
+
 int VCycleRefinementKway__(PartCtrl *ctrl, HGraph *graph, int nvcycles) {
   const int savedcoarsento = ctrl->CoarsenTo, savedctype = ctrl->CType;
   // Re-coarsening stops early: the partition is already good, only local structure is left.
@@ -88,9 +93,7 @@ int VCycleRefinementKway__(PartCtrl *ctrl, HGraph *graph, int nvcycles) {
       std::printf("%d ", graph->kwayobj);
       std::fflush(stdout);
     }
-    // The vertex-entry pool stays for the next cycle's levels.
-    RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->nrinfo,
-             &graph->crinfo, &graph->nrdata, &graph->kpwgts, &graph->kslot, &graph->islandmap);
+    ReleaseKwayWork__(graph);
 
     if (graph->kwayobj < best) {
       best = graph->kwayobj;

@@ -91,12 +91,6 @@ void FillQueues(HGraph *graph, Scratch *s) {
   }
 }
 
-// memcpy of n ints; an empty array may be null (allocating nothing gives null), which memcpy
-// must not be handed.
-void CopyInts(int *dst, const int *src, int n) {
-  if (n > 0) std::memcpy(dst, src, sizeof(int) * static_cast<size_t>(n));
-}
-
 // Plain refiners: after FillQueues, marks every free vertex with its side and every fixed one
 // as locked, and clears the moved-to sides of every hyperedge.
 void StartPlainPass(const HGraph *graph, Scratch *s) {
@@ -107,7 +101,7 @@ void StartPlainPass(const HGraph *graph, Scratch *s) {
   if (graph->nhedges > 0) std::memset(s->lockedsides, 0, static_cast<size_t>(graph->nhedges));
   // Every pin is free but the fixed ones.
   for (int side = 0; side < 2; side++)
-    CopyInts(s->freepins[side], graph->ndeg[side], graph->nhedges);
+    icopy__(graph->nhedges, graph->ndeg[side], s->freepins[side]);
   for (int v = 0; v < nfixed; v++)
     for (int j = graph->incptr[v]; j < graph->incptr[v + 1]; j++)
       s->freepins[where[v]][graph->incind[j]]--;
@@ -116,9 +110,9 @@ void StartPlainPass(const HGraph *graph, Scratch *s) {
 // Keeps the state a pass starts from (pin counts, gains, cut), so that the next pass can derive
 // its own from it instead of recomputing everything.
 void SaveStartState(const HGraph *graph, Scratch *s) {
-  CopyInts(s->startndeg[0], graph->ndeg[0], graph->nhedges);
-  CopyInts(s->startndeg[1], graph->ndeg[1], graph->nhedges);
-  CopyInts(s->startgain, graph->gain, graph->nvtxs);
+  icopy__(graph->nhedges, graph->ndeg[0], s->startndeg[0]);
+  icopy__(graph->nhedges, graph->ndeg[1], s->startndeg[1]);
+  icopy__(graph->nvtxs, graph->gain, s->startgain);
   s->startcut = graph->mincut;
 }
 
@@ -126,6 +120,7 @@ void SaveStartState(const HGraph *graph, Scratch *s) {
 // when `where` differs from the previous pass's start only by the first nkept moves of that
 // pass: their pin counts are replayed on the saved start, the cut is corrected for the
 // hyperedges they touched, and only the pins of those hyperedges get their gains recomputed.
+// The saved start becomes this new state, ready for the pass after.
 void DeriveStartState(HGraph *graph, Scratch *s, int nkept, int stamp) {
   const int *incptr = graph->incptr, *incind = graph->incind;
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
@@ -162,9 +157,9 @@ void DeriveStartState(HGraph *graph, Scratch *s, int nkept, int stamp) {
     }
   }
   s->startcut = cut;
-  CopyInts(graph->ndeg[0], nd0, graph->nhedges);
-  CopyInts(graph->ndeg[1], nd1, graph->nhedges);
-  CopyInts(graph->gain, s->startgain, graph->nvtxs);
+  icopy__(graph->nhedges, nd0, graph->ndeg[0]);
+  icopy__(graph->nhedges, nd1, graph->ndeg[1]);
+  icopy__(graph->nvtxs, s->startgain, graph->gain);
   graph->mincut = cut;
 }
 
@@ -317,12 +312,14 @@ void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
   for (int pass = 0; pass < npasses; pass++) {
     starttimer__(ctrl, ctrl->InitRefTmr);
     // The side weights stay exact through the undo; pin counts, gains and the cut are computed
-    // afresh on the first pass and derived from the previous pass's start afterwards.
-    if (pass == 0)
+    // afresh on the first pass and derived from the previous pass's start afterwards (which
+    // moves the saved start along with them).
+    if (pass == 0) {
       ComputeInitGains__(graph);
-    else
+      SaveStartState(graph, &s);
+    } else {
       DeriveStartState(graph, &s, nkept, pass);
-    SaveStartState(graph, &s);
+    }
     const Bounds b = refine2::BalanceBounds(ctrl, pwgts);
     const int initcut = graph->mincut;
     FillQueues(graph, &s);
