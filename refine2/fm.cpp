@@ -19,16 +19,26 @@ using refine2::FlipVertex;
 // moved in this pass (or is fixed) holds kLocked.
 constexpr unsigned char kLocked = 2;
 
+// What a plain FM pass reads and changes of one hyperedge, kept together so that the move loop
+// fetches one record per hyperedge instead of one entry from each of seven arrays: on large
+// hypergraphs those fetches miss the cache and dominate the pass.
+struct NetPass {
+  int nd[2];    // pins on each side
+  int free[2];  // of those, the pins not yet moved in this pass (and not fixed)
+  int wgt;
+  int begin;  // its pins are netind[begin, end)
+  int end;
+  int lockedsides;  // the sides that vertices moved to in this pass (bit s for side s)
+};
+
 struct Scratch {
   PQueue queues[2];
   int *moved;
   int *swaps;
   int *perm;
-  // Plain refiners only: the byte state above, and per hyperedge the sides that vertices moved
-  // to in this pass (bit s for side s).
+  // Plain refiners only: the byte state above and the hyperedge records.
   unsigned char *state;
-  unsigned char *lockedsides;
-  int *freepins[2];  // per hyperedge, its free pins on each side
+  NetPass *nets;
   // Plain refiners only: the pin counts, gains and cut at the start of the pass, from which the
   // next pass's state is derived by replaying the moves that were kept.
   int *startndeg[2];
@@ -48,15 +58,13 @@ void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
   s->swaps = imalloc__(nvtxs, "FM_Refine: swaps");
   s->perm = imalloc__(nvtxs, "FM_Refine: perm");
   s->state = nullptr;
-  s->lockedsides = nullptr;
-  s->freepins[0] = s->freepins[1] = nullptr;
+  s->nets = nullptr;
   s->startndeg[0] = s->startndeg[1] = s->startgain = nullptr;
   s->netstamp = s->cellstamp = s->touched = nullptr;
   if (!plain) return;
   s->state = static_cast<unsigned char *>(RVmalloc__(nvtxs, "FM_Refine: state"));
-  s->lockedsides = static_cast<unsigned char *>(RVmalloc__(nhedges, "FM_Refine: lockedsides"));
-  s->freepins[0] = imalloc__(nhedges, "FM_Refine: freepins[0]");
-  s->freepins[1] = imalloc__(nhedges, "FM_Refine: freepins[1]");
+  s->nets = static_cast<NetPass *>(
+      RVmalloc__(sizeof(NetPass) * static_cast<size_t>(nhedges), "FM_Refine: nets"));
   s->startndeg[0] = imalloc__(nhedges, "FM_Refine: startndeg[0]");
   s->startndeg[1] = imalloc__(nhedges, "FM_Refine: startndeg[1]");
   s->startgain = imalloc__(nvtxs, "FM_Refine: startgain");
@@ -68,9 +76,8 @@ void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
 void FreeScratch(Scratch *s) {
   PQueueFree__(&s->queues[0]);
   PQueueFree__(&s->queues[1]);
-  RVfree__(&s->moved, &s->swaps, &s->perm, &s->state, &s->lockedsides, &s->freepins[0],
-           &s->freepins[1], &s->startndeg[0], &s->startndeg[1], &s->startgain, &s->netstamp,
-           &s->cellstamp, &s->touched);
+  RVfree__(&s->moved, &s->swaps, &s->perm, &s->state, &s->nets, &s->startndeg[0], &s->startndeg[1],
+           &s->startgain, &s->netstamp, &s->cellstamp, &s->touched);
 }
 
 // Empties both queues, unlocks every vertex and queues the movable ones on their sides in a
@@ -92,19 +99,27 @@ void FillQueues(HGraph *graph, Scratch *s) {
 }
 
 // Plain refiners: after FillQueues, marks every free vertex with its side and every fixed one
-// as locked, and clears the moved-to sides of every hyperedge.
+// as locked, and fills the hyperedge records from the pass's saved starting pin counts, with
+// nothing moved yet. The pass keeps its pin counts in the records only.
 void StartPlainPass(const HGraph *graph, Scratch *s) {
-  const int nvtxs = graph->nvtxs, nfixed = graph->nfixed;
-  const int *where = graph->where;
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges, nfixed = graph->nfixed;
+  const int *where = graph->where, *netptr = graph->netptr, *netwgt = graph->netwgt;
+  const int *nd0 = s->startndeg[0], *nd1 = s->startndeg[1];
   for (int v = 0; v < nvtxs; v++)
     s->state[v] = v < nfixed ? kLocked : static_cast<unsigned char>(where[v]);
-  if (graph->nhedges > 0) std::memset(s->lockedsides, 0, static_cast<size_t>(graph->nhedges));
+  NetPass *nets = s->nets;
+  for (int e = 0; e < nhedges; e++) {
+    nets[e].nd[0] = nets[e].free[0] = nd0[e];
+    nets[e].nd[1] = nets[e].free[1] = nd1[e];
+    nets[e].wgt = netwgt[e];
+    nets[e].begin = netptr[e];
+    nets[e].end = netptr[e + 1];
+    nets[e].lockedsides = 0;
+  }
   // Every pin is free but the fixed ones.
-  for (int side = 0; side < 2; side++)
-    icopy__(graph->nhedges, graph->ndeg[side], s->freepins[side]);
   for (int v = 0; v < nfixed; v++)
     for (int j = graph->incptr[v]; j < graph->incptr[v + 1]; j++)
-      s->freepins[where[v]][graph->incind[j]]--;
+      nets[graph->incind[j]].free[where[v]]--;
 }
 
 // Keeps the state a pass starts from (pin counts, gains, cut), so that the next pass can derive
@@ -116,11 +131,11 @@ void SaveStartState(const HGraph *graph, Scratch *s) {
   s->startcut = graph->mincut;
 }
 
-// Gives the graph the pin counts, gains and cut that a fresh computation from `where` would,
-// when `where` differs from the previous pass's start only by the first nkept moves of that
-// pass: their pin counts are replayed on the saved start, the cut is corrected for the
-// hyperedges they touched, and only the pins of those hyperedges get their gains recomputed.
-// The saved start becomes this new state, ready for the pass after.
+// Gives the saved start the pin counts, and the graph the gains and cut, that a fresh
+// computation from `where` would, when `where` differs from the previous pass's start only by
+// the first nkept moves of that pass: their pin counts are replayed on the saved start, the cut is
+// corrected for the hyperedges they touched, and only the pins of those hyperedges get their gains
+// recomputed. The saved start becomes this new state, ready for the pass after.
 void DeriveStartState(HGraph *graph, Scratch *s, int nkept, int stamp) {
   const int *incptr = graph->incptr, *incind = graph->incind;
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
@@ -157,8 +172,6 @@ void DeriveStartState(HGraph *graph, Scratch *s, int nkept, int stamp) {
     }
   }
   s->startcut = cut;
-  icopy__(graph->nhedges, nd0, graph->ndeg[0]);
-  icopy__(graph->nhedges, nd1, graph->ndeg[1]);
   icopy__(graph->nvtxs, s->startgain, graph->gain);
   graph->mincut = cut;
 }
@@ -183,37 +196,33 @@ int MoveCandidate(HGraph *graph, Scratch *s, int from, int u0, int u1, int nswap
 // whatever the free pins do, so none of their gains can change. Its pin counts are still kept.
 // Returns the weight of the hyperedges that this move locked on both sides.
 int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
-  const int *incptr = graph->incptr, *incind = graph->incind;
-  const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
+  const int *incptr = graph->incptr, *incind = graph->incind, *netind = graph->netind;
   const unsigned char *state = s->state;
-  unsigned char *lockedsides = s->lockedsides;
+  NetPass *nets = s->nets;
   int *gain = graph->gain;
-  int *ndfrom = graph->ndeg[from], *ndto = graph->ndeg[to];
-  int *freefrom = s->freepins[from];
-  const int *freeto = s->freepins[to];
   PQueue *queues = s->queues;
-  const unsigned char tobit = static_cast<unsigned char>(1 << to);
+  const int tobit = 1 << to;
   int newlylocked = 0;
 
   // Loop bounds are read once: the stores to counts and gains could otherwise alias them.
   for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++) {
-    const int e = incind[j];
-    const int nto = ++ndto[e];
-    const int nfrom = --ndfrom[e];
-    const int nfreefrom = --freefrom[e];
-    const unsigned char sides = lockedsides[e];
+    NetPass &net = nets[incind[j]];
+    const int nto = ++net.nd[to];
+    const int nfrom = --net.nd[from];
+    const int nfreefrom = --net.free[from];
+    const int sides = net.lockedsides;
     if (sides == 3) continue;
-    if ((sides | tobit) == 3) newlylocked += netwgt[e];
-    lockedsides[e] = sides | tobit;
+    const int w = net.wgt;
+    if ((sides | tobit) == 3) newlylocked += w;
+    net.lockedsides = sides | tobit;
     if (nto > 2 && nfrom >= 2) continue;
     // Only these counts change a free pin's gain: the giving side down to its last pin (or
     // emptied), the receiving side at its first or second pin.
-    const int w = netwgt[e];
     const int fromdelta = (nfrom == 1 ? w : 0) + (nto == 1 ? w : 0);
     const int todelta = (nfrom == 0 ? w : 0) + (nto == 2 ? w : 0);
     // Nothing to scan when no free pin sits on a side whose pins change.
-    if ((fromdelta == 0 || nfreefrom == 0) && (todelta == 0 || freeto[e] == 0)) continue;
-    for (const int *pin = netind + netptr[e], *end = netind + netptr[e + 1]; pin < end; pin++) {
+    if ((fromdelta == 0 || nfreefrom == 0) && (todelta == 0 || net.free[to] == 0)) continue;
+    for (const int *pin = netind + net.begin, *end = netind + net.end; pin < end; pin++) {
       const int u = *pin;
       const int side = state[u];
       if (side == kLocked) continue;
