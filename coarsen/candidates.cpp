@@ -1,33 +1,24 @@
 // Candidate search around one vertex: scores are float sums of edgewgt over the shared
 // hyperedges, accumulated in order of discovery, with a per-routine candidate test, hyperedge
 // filter and tie rule.
-#include <vector>
-
 #include "coarsen/grouping.h"
 
 namespace {
 
-// Candidate lists, one set per module of routines. They start at the customary 10000 entries and
-// grow when a neighbourhood is larger, so results never depend on the capacity.
-struct CandScratch {
-  std::vector<int> cand;
-  std::vector<float> cwgt;
-  int ncand = 0;
+// The run's candidate lists: one for the free grouping routines, one for the restricted ones.
+CandidateList &FreeList(PartCtrl *ctrl) {
+  return ctrl->run->lists[0];
+}
+CandidateList &RestrictedList(PartCtrl *ctrl) {
+  return ctrl->run->lists[1];
+}
 
-  void Append(int u, float w) {
-    if (ncand == static_cast<int>(cand.size())) {
-      const size_t size = cand.empty() ? 10000 : 2 * cand.size();
-      cand.resize(size);
-      cwgt.resize(size);
-    }
-    cand[ncand] = u;
-    cwgt[ncand] = w;
-    ncand++;
-  }
-};
-
-CandScratch gScratch;            // FindCell__, FindCellStar__, ComputeAllWeights__
-CandScratch gRestrictedScratch;  // CFindCell__, CFindCellStar__
+void Append(CandidateList &s, int u, float w) {
+  if (s.ncand == s.capacity) GrowCandidateList__(&s);
+  s.cand[s.ncand] = u;
+  s.cwgt[s.ncand] = w;
+  s.ncand++;
+}
 
 struct Incidence {
   const int *incptr, *incind, *netptr, *netind, *cellwgt;
@@ -37,8 +28,8 @@ struct Incidence {
 // Scans v's hyperedges accepted by useNet and their pins accepted by qualifies, then picks the
 // best score; on an exact tie replaces(best, i) decides. Returns the index in s.cand or -1.
 template <typename UseNet, typename Qualifies, typename Replaces>
-int Scan(int v, const Incidence &g, int *htable, CandScratch &s, UseNet useNet, Qualifies qualifies,
-         Replaces replaces) {
+int Scan(int v, const Incidence &g, int *htable, CandidateList &s, UseNet useNet,
+         Qualifies qualifies, Replaces replaces) {
   s.ncand = 0;
   if (g.incptr[v + 1] == g.incptr[v]) return -1;
   // Loop bounds are read once: the stores to htable and the lists could otherwise alias them.
@@ -52,7 +43,7 @@ int Scan(int v, const Incidence &g, int *htable, CandScratch &s, UseNet useNet, 
         s.cwgt[htable[u]] += g.edgewgt[h];
       } else {
         htable[u] = s.ncand;
-        s.Append(u, g.edgewgt[h]);
+        Append(s, u, g.edgewgt[h]);
       }
     }
   }
@@ -77,7 +68,7 @@ long long Room(const PartCtrl *ctrl, const int *cellwgt, int v) {
 // Pairing: ungrouped candidates that fit; the strictly lighter wins a tie.
 template <typename UseNet, typename Extra>
 int PairCandidate(PartCtrl *ctrl, int v, const Incidence &g, const int *cellmap, int *htable,
-                  CandScratch &s, UseNet useNet, Extra extra) {
+                  CandidateList &s, UseNet useNet, Extra extra) {
   const long long room = Room(ctrl, g.cellwgt, v);
   const int *cellwgt = g.cellwgt;
   const int best = Scan(
@@ -91,7 +82,7 @@ int PairCandidate(PartCtrl *ctrl, int v, const Incidence &g, const int *cellmap,
 // gives way to the later candidate.
 template <typename UseNet, typename Extra>
 int StarCandidate(PartCtrl *ctrl, int v, const Incidence &g, const int *cellmap, int *htable,
-                  const int *gwgts, CandScratch &s, UseNet useNet, Extra extra) {
+                  const int *gwgts, CandidateList &s, UseNet useNet, Extra extra) {
   const long long room = Room(ctrl, g.cellwgt, v);
   const int *cellwgt = g.cellwgt;
   const int best = Scan(
@@ -126,21 +117,21 @@ int FindCell__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, cons
                const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
                int *htable) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
-  return PairCandidate(ctrl, v, g, cellmap, htable, gScratch, AllNets(), NoExtra());
+  return PairCandidate(ctrl, v, g, cellmap, htable, FreeList(ctrl), AllNets(), NoExtra());
 }
 
 int FindCellStar__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
                    const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
                    int *htable, const int *gwgts) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
-  return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, gScratch, AllNets(), NoExtra());
+  return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, FreeList(ctrl), AllNets(), NoExtra());
 }
 
 int CFindCell__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
                 const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
                 const int *where, int *htable) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
-  return PairCandidate(ctrl, v, g, cellmap, htable, gRestrictedScratch, SmallNets(ctrl, netptr),
+  return PairCandidate(ctrl, v, g, cellmap, htable, RestrictedList(ctrl), SmallNets(ctrl, netptr),
                        SamePart(where, v));
 }
 
@@ -148,7 +139,7 @@ int CFindCellStar__(PartCtrl *ctrl, int v, const int *incptr, const int *incind,
                     const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
                     const int *where, int *htable, const int *gwgts) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
-  return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, gRestrictedScratch,
+  return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, RestrictedList(ctrl),
                        SmallNets(ctrl, netptr), SamePart(where, v));
 }
 
@@ -157,7 +148,7 @@ int ComputeAllWeights__(PartCtrl *ctrl, HGraph *graph, int *keys, int *htable) {
                     graph->netind, graph->cellwgt, graph->edgewgt};
   const float *edgewgt = graph->edgewgt;
   const int *cellwgt = graph->cellwgt;
-  CandScratch &s = gScratch;
+  CandidateList &s = FreeList(ctrl);
   int maxkey = 0;
   for (int v = 0; v < graph->nvtxs; v++) {
     const long long room = Room(ctrl, cellwgt, v);

@@ -146,7 +146,7 @@ void BucketSortKeysInc(int n, int max, const int *keys, const int *in, int *out)
 void DegreeOrder__(PartCtrl *ctrl, const HGraph *graph, int *perm, int *keys) {
   const int nvtxs = graph->nvtxs;
   const int *incptr = graph->incptr;
-  RandomPermute__(keys + nvtxs, nvtxs, 1);
+  RandomPermute__(&ctrl->run->rng, keys + nvtxs, nvtxs, 1);
   for (int v = 0; v < nvtxs; v++) keys[v] = std::min(incptr[v + 1] - incptr[v], ctrl->MaxNetSize);
   BucketSortKeysInc(nvtxs, ctrl->MaxNetSize + 1, keys, keys + nvtxs, perm);
 }
@@ -176,7 +176,7 @@ void Match_EdgesStars__(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, K
       return perm;
     }
     // Strongest best connection first, then low degree, then random.
-    RandomPermute__(perm, nvtxs, 1);
+    RandomPermute__(&ctrl->run->rng, perm, nvtxs, 1);
     const int *incptr = graph->incptr;
     for (int v = 0; v < nvtxs; v++) keys[v] = std::min(incptr[v + 1] - incptr[v], ctrl->MaxNetSize);
     BucketSortKeysInc(nvtxs, ctrl->MaxNetSize + 1, keys, perm, keys + nvtxs);

@@ -21,10 +21,10 @@ struct Grouping {
 
 // Heavier hyperedges first, among equal weights the smaller ones, the rest as the random
 // permutation and the sort leave them.
-void HedgeOrder(const HGraph *graph, int *perm, KeyValue *vpairs) {
+void HedgeOrder(PartCtrl *ctrl, const HGraph *graph, int *perm, KeyValue *vpairs) {
   const int nhedges = graph->nhedges;
   const int *netptr = graph->netptr, *netwgt = graph->netwgt;
-  RandomPermute__(perm, nhedges, 1);
+  RandomPermute__(&ctrl->run->rng, perm, nhedges, 1);
   for (int i = 0; i < nhedges; i++) {
     const int h = perm[i];
     // 32-bit wrap-around is accepted for very heavy hyperedges of very large hypergraphs.
@@ -92,7 +92,7 @@ void MatchHedges(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue
   graph->mptr = g.mptr;
   graph->mind = g.mind;
 
-  HedgeOrder(graph, perm, vpairs);
+  HedgeOrder(ctrl, graph, perm, vpairs);
 
   g.mptr[0] = 0;
   g.ngroups = g.nmind = 0;

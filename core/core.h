@@ -106,6 +106,30 @@ struct HGraph {
   int *kslot;  // part -> its entry in the vertex record being rebuilt, -1 for every other part
 };
 
+// The random generator of a run. It repeats, draw for draw, the additive-feedback generator
+// behind the GNU C library's rand() (31 words, taps 3 apart), so that a seed gives the same
+// partition on every platform and no run touches the process's own rand() sequence.
+struct RandomState {
+  int32_t table[31];
+  int front;  // the word each draw updates
+  int rear;   // the word added to it
+};
+
+// A list of grouping candidates around one vertex and the strength of each; grown on demand.
+struct CandidateList {
+  int *cand;
+  float *cwgt;
+  int ncand;
+  int capacity;
+};
+
+// What a run changes besides the hypergraphs: its generator and its scratch lists. One record per
+// run, handed down through the control record, so that runs in one process never share state.
+struct RunState {
+  RandomState rng;
+  CandidateList lists[2];  // [0] free grouping, [1] grouping restricted to one part
+};
+
 // The control record handed as first argument to every internal routine.
 struct PartCtrl {
   int CoarsenTo;
@@ -124,6 +148,8 @@ struct PartCtrl {
   int KwayRefine;
   float TargetFrac;
   int MaxCellWgt;
+
+  RunState *run;  // not owned
 
   double TotalTmr, CoarsenTmr, RefTmr, InitRefTmr, IterTmr, WrapUpTmr, MultilevelTmr, InitPartTmr,
       ProjectTmr, SpareTmr, UncoarsenTmr, AuxTmr1, AuxTmr2, AuxTmr3, AuxTmr4;
@@ -189,15 +215,36 @@ inline void stoptimer__(const PartCtrl *ctrl, double &tmr) {
 void InitTimers__(PartCtrl *ctrl);
 void PrintTimers__(const PartCtrl *ctrl, int detail);
 
-// Randomness. Every random choice comes from the C library's rand(); a negative seed seeds
-// from the clock, which is read through ClockSeed__ so that a whole run can be made
-// reproducible by pinning the clock (SetClockOverride__).
+// Randomness. Every random choice comes from a run's RandomState; a negative seed seeds from the
+// clock, which is read through ClockSeed__ so that a whole run can be made reproducible by
+// pinning the clock (SetClockOverride__).
 long long ClockSeed__();
 void SetClockOverride__(long long value);
 void ClearClockOverride__();
-void InitRandom__(int64_t seed);
-void RandomPermute__(int *p, int n, int flag);
-void RandomPermuteFine__(int *p, int n, int flag);
+void SeedRandom__(RandomState *rng, unsigned int seed);
+void InitRandom__(RandomState *rng, int64_t seed);
+void RandomPermute__(RandomState *rng, int *p, int n, int flag);
+void RandomPermuteFine__(RandomState *rng, int *p, int n, int flag);
+
+// The next draw, uniform over 0 .. 2^31 - 1.
+inline int NextRandom__(RandomState *rng) {
+  const uint32_t sum =
+      static_cast<uint32_t>(rng->table[rng->front]) + static_cast<uint32_t>(rng->table[rng->rear]);
+  rng->table[rng->front] = static_cast<int32_t>(sum);
+  if (++rng->front == 31) {
+    rng->front = 0;
+    ++rng->rear;
+  } else if (++rng->rear == 31) {
+    rng->rear = 0;
+  }
+  return static_cast<int>(sum >> 1);
+}
+
+// A run's state: the generator seeded from `seed` as InitRandom__ does, empty candidate lists.
+void InitRunState__(RunState *run, int64_t seed);
+void FreeRunState__(RunState *run);
+// Makes room for at least one more candidate.
+void GrowCandidateList__(CandidateList *list);
 
 // ---------------------------------------------------------------------------------------------
 // Sorting

@@ -1,5 +1,5 @@
-// Random seeding and the two permutation routines. The exact sequence of rand() calls fixes
-// every random choice made after a seed, so the draws here must not be reordered.
+// Random seeding, the run record and the two permutation routines. The exact sequence of draws
+// fixes every random choice made after a seed, so the draws here must not be reordered.
 #include <ctime>
 
 #include "core/core.h"
@@ -9,7 +9,7 @@ namespace {
 bool clock_pinned = false;
 long long pinned_clock = 0;
 
-// truncate(r * range * 2^-31): rand() taken as uniform over 0 .. 2^31-1.
+// truncate(r * range * 2^-31): a draw taken as uniform over 0 .. 2^31-1.
 inline int ScaledIndex(int r, int range) {
   return static_cast<int>(static_cast<double>(r) * static_cast<double>(range) *
                           4.656612873077393e-10);
@@ -34,18 +34,62 @@ void ClearClockOverride__() {
   clock_pinned = false;
 }
 
-void InitRandom__(int64_t seed) {
-  if (seed < 0)
-    std::srand(static_cast<unsigned int>(ClockSeed__()));
-  else
-    std::srand(static_cast<unsigned int>(seed));
+void SeedRandom__(RandomState *rng, unsigned int seed) {
+  if (seed == 0) seed = 1;
+  rng->table[0] = static_cast<int32_t>(seed);
+  // Park-Miller steps (16807 x mod 2^31 - 1, by Schrage's method) fill the table from the seed,
+  // which enters as a signed 32-bit word: seeds from 2^31 up start from a negative one.
+  int32_t word = static_cast<int32_t>(seed);
+  for (int i = 1; i < 31; i++) {
+    const long long hi = word / 127773, lo = word % 127773;
+    word = static_cast<int32_t>(16807 * lo - 2836 * hi);
+    if (word < 0) word += 2147483647;
+    rng->table[i] = static_cast<int32_t>(word);
+  }
+  rng->front = 3;
+  rng->rear = 0;
+  // The first 310 draws are discarded, as the C library does, to mix the table.
+  for (int i = 0; i < 310; i++) NextRandom__(rng);
 }
 
-void RandomPermuteFine__(int *p, int n, int flag) {
+void InitRandom__(RandomState *rng, int64_t seed) {
+  if (seed < 0)
+    SeedRandom__(rng, static_cast<unsigned int>(ClockSeed__()));
+  else
+    SeedRandom__(rng, static_cast<unsigned int>(seed));
+}
+
+void InitRunState__(RunState *run, int64_t seed) {
+  InitRandom__(&run->rng, seed);
+  for (CandidateList &list : run->lists) list = CandidateList{nullptr, nullptr, 0, 0};
+}
+
+void FreeRunState__(RunState *run) {
+  for (CandidateList &list : run->lists) {
+    RVfree__(&list.cand, &list.cwgt);
+    list.ncand = list.capacity = 0;
+  }
+}
+
+void GrowCandidateList__(CandidateList *list) {
+  if (list->ncand < list->capacity) return;
+  // The customary 10000 entries first, doubling after; results never depend on the capacity.
+  const long long capacity = list->capacity == 0 ? 10000 : 2LL * list->capacity;
+  int *cand = imalloc__(capacity, "GrowCandidateList: cand");
+  float *cwgt = fmalloc__(capacity, "GrowCandidateList: cwgt");
+  icopy__(list->ncand, list->cand, cand);
+  for (int i = 0; i < list->ncand; i++) cwgt[i] = list->cwgt[i];
+  RVfree__(&list->cand, &list->cwgt);
+  list->cand = cand;
+  list->cwgt = cwgt;
+  list->capacity = static_cast<int>(capacity);
+}
+
+void RandomPermuteFine__(RandomState *rng, int *p, int n, int flag) {
   if (flag == 1) FillIdentity(p, n);
   for (int i = 0; i < n; i++) {
-    int r1 = std::rand();
-    int r2 = std::rand();
+    int r1 = NextRandom__(rng);
+    int r2 = NextRandom__(rng);
     int u = ScaledIndex(r1, n);
     int v = ScaledIndex(r2, n);
     int tmp = p[u];
@@ -54,12 +98,12 @@ void RandomPermuteFine__(int *p, int n, int flag) {
   }
 }
 
-void RandomPermute__(int *p, int n, int flag) {
+void RandomPermute__(RandomState *rng, int *p, int n, int flag) {
   if (flag == 1) FillIdentity(p, n);
   int rounds = n / 16;
   for (int i = 0; i < rounds; i++) {
-    int r1 = std::rand();
-    int r2 = std::rand();
+    int r1 = NextRandom__(rng);
+    int r2 = NextRandom__(rng);
     int u = ScaledIndex(r1, n - 8);
     int v = ScaledIndex(r2, n - 8);
     for (int j = 0; j < 4; j++) {

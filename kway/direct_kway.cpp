@@ -7,7 +7,6 @@
 
 #include "coarsen/coarsen.h"
 #include "kway/kway.h"
-#include "partition/hypra.h"
 #include "partition/partition.h"
 
 namespace {
@@ -143,8 +142,9 @@ void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph) {
   // Two quick runs of recursive bisection, no V-cycles, seeded from the clock.
   const int options[9] = {1, 2, 2, 1, 0, 0, 0, -1, 0};
   int edgecut = 0;
-  HYPRA_PartRecursiveInternal(nvtxs, graph->nhedges, graph->cellwgt, graph->netptr, graph->netind,
-                              graph->netwgt, ctrl->Nparts, 1, options, graph->where, &edgecut);
+  PartRecursiveInRun__(ctrl->run, nvtxs, graph->nhedges, graph->cellwgt, graph->netptr,
+                       graph->netind, graph->netwgt, ctrl->Nparts, 1, options, graph->where,
+                       &edgecut);
 
   switch (ctrl->RType) {
     case 1:
@@ -192,7 +192,7 @@ int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
   }
 
   const int oldCType = ctrl->CType;
-  InitRandom__(ctrl->Seed);
+  InitRandom__(&ctrl->run->rng, ctrl->Seed);
 
   for (int trial = 0; trial < ctrl->Nruns; trial++) {
     if (oldCType == 1) ctrl->CType = trial % 2 == 0 ? 1 : 2;

@@ -92,7 +92,7 @@ void RefineKwayRandom(PartCtrl *ctrl, HGraph *graph, int npasses) {
   const int minpwgt = TruncateBound(tpwgt / (nparts * ctrl->UBfactor));
 
   for (int pass = 0; pass < npasses; pass++) {
-    RandomPermute__(perm, nvtxs, 0);
+    RandomPermute__(&ctrl->run->rng, perm, nvtxs, 0);
 
     if (pass == 0 && (ctrl->dbglvl & DBG_REFINE))
       printf("Partitions: [%5d,%5d], Balance: [%3.2f, %5d,%5d], Init Cut: %5d, Init SOED: %5d\n",

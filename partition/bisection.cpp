@@ -145,7 +145,7 @@ int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
   }
 
   const int oldCType = ctrl->CType;
-  InitRandom__(ctrl->Seed);
+  InitRandom__(&ctrl->run->rng, ctrl->Seed);
 
   for (int run = 0; run < ctrl->Nruns; run++) {
     if (oldCType == 1) ctrl->CType = run % 2 == 0 ? 1 : 2;

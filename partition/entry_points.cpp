@@ -10,6 +10,38 @@ namespace {
 
 constexpr int kRefinePasses = 10;
 
+// The specified entry points draw from one sequence per thread that continues from call to call
+// (the two-way refiner does not reseed it), as the C library's generator did, but without
+// touching the host program's rand().
+struct SharedSequence {
+  bool seeded = false;
+  RandomState rng;
+};
+thread_local SharedSequence tSequence;
+
+RandomState *SharedRng() {
+  if (!tSequence.seeded) {
+    SeedRandom__(&tSequence.rng, 1);  // the C library's sequence before any srand()
+    tSequence.seeded = true;
+  }
+  return &tSequence.rng;
+}
+
+// A run of a specified entry point: it continues the thread's sequence and hands it back.
+struct SharedRun {
+  RunState run;
+  SharedRun() {
+    InitRunState__(&run, 1);
+    run.rng = *SharedRng();
+  }
+  ~SharedRun() {
+    *SharedRng() = run.rng;
+    FreeRunState__(&run);
+  }
+  SharedRun(const SharedRun &) = delete;
+  SharedRun &operator=(const SharedRun &) = delete;
+};
+
 // Fills the options-driven fields, with the defaults when options[0] is 0 (or no vector is
 // given). `with_split_options` is false for the two-way refiner, which ignores options 5 and 6.
 void ReadOptions(PartCtrl *ctrl, const int *options, bool with_split_options) {
@@ -116,10 +148,11 @@ HGraph *CopyHypergraph(int nvtxs, int nhedges, const int *vwgts, const int *eptr
   return graph;
 }
 
-void PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
-                   const int *hewgts, int nparts, int ubfactor, const int *options, int *part,
-                   int *edgecut, bool kway_refine) {
+void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                   const int *eind, const int *hewgts, int nparts, int ubfactor, const int *options,
+                   int *part, int *edgecut, bool kway_refine) {
   PartCtrl ctrl = MakeControl(nparts, ubfactor, options, true);
+  ctrl.run = run;
   ctrl.KwayRefine = kway_refine && nparts <= 64 ? 1 : 0;
   ValidateControl(&ctrl, nparts, ubfactor);
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
@@ -138,25 +171,40 @@ void PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr, co
 
 }  // namespace
 
+void SeedSharedSequence__(unsigned int seed) {
+  SeedRandom__(SharedRng(), seed);
+}
+
 extern "C" void HYPRA_PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                                     const int *eind, const int *hewgts, int nparts, int ubfactor,
                                     const int *options, int *part, int *edgecut) {
-  PartRecursive(nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part, edgecut,
-                true);
+  SharedRun shared;
+  PartRecursive(&shared.run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options,
+                part, edgecut, true);
 }
 
 extern "C" void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *vwgts,
                                             const int *eptr, const int *eind, const int *hewgts,
                                             int nparts, int ubfactor, const int *options, int *part,
                                             int *edgecut) {
-  PartRecursive(nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part, edgecut,
-                false);
+  SharedRun shared;
+  PartRecursive(&shared.run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options,
+                part, edgecut, false);
+}
+
+void PartRecursiveInRun__(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                          const int *eind, const int *hewgts, int nparts, int ubfactor,
+                          const int *options, int *part, int *edgecut) {
+  PartRecursive(run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part,
+                edgecut, false);
 }
 
 extern "C" void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                                const int *eind, const int *hewgts, int nparts, int ubfactor,
                                const int *options, int *part, int *objective) {
+  SharedRun shared;
   PartCtrl ctrl = MakeControl(nparts, ubfactor, options, true);
+  ctrl.run = &shared.run;
   ctrl.KwayRefine = nparts <= 64 ? 1 : 0;
   ValidateControl(&ctrl, nparts, ubfactor);
   // The direct path keeps no vertex in place; honouring a pre-assignment needs recursive
@@ -184,7 +232,9 @@ extern "C" void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const i
 extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                                  const int *eind, const int *hewgts, int ubfactor,
                                  const int *options, int *part, int *edgecut) {
+  SharedRun shared;
   PartCtrl ctrl = MakeControl(2, ubfactor, options, false);
+  ctrl.run = &shared.run;
   ctrl.TargetFrac = 0.5f;
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
   ValidateParts(nvtxs, part, 0, 1, "the side");

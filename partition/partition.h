@@ -4,6 +4,14 @@
 #include "core/core.h"
 
 int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part);
+// Reseeds the sequence that the library's entry points continue on this thread (the two-way
+// refiner draws from it without reseeding).
+void SeedSharedSequence__(unsigned int seed);
+// Recursive bisection without the final k-way refinement, as HYPRA_PartRecursiveInternal, but
+// drawing from (and advancing) the generator of the run that asks for it.
+void PartRecursiveInRun__(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                          const int *eind, const int *hewgts, int nparts, int ubfactor,
+                          const int *options, int *part, int *edgecut);
 int MLRB__(PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset);
 void SplitGraphPart__(PartCtrl *ctrl, HGraph *graph, const int *bisection, HGraph *lgraph,
                       HGraph *rgraph);

@@ -42,7 +42,7 @@ void Balance__(PartCtrl *ctrl, HGraph *graph) {
   PQueueReset__(&queues[0]);
   PQueueReset__(&queues[1]);
   int cut = graph->mincut;
-  RandomPermute__(perm, nvtxs, 1);
+  RandomPermute__(&ctrl->run->rng, perm, nvtxs, 1);
   for (int i = 0; i < nvtxs; i++) {
     const int v = perm[i];
     if (v < nfixed)

@@ -82,13 +82,13 @@ void FreeScratch(Scratch *s) {
 
 // Empties both queues, unlocks every vertex and queues the movable ones on their sides in a
 // fresh random order; fixed vertices stay locked for the pass.
-void FillQueues(HGraph *graph, Scratch *s) {
+void FillQueues(PartCtrl *ctrl, HGraph *graph, Scratch *s) {
   const int nvtxs = graph->nvtxs, nfixed = graph->nfixed;
   const int *where = graph->where, *gain = graph->gain;
   PQueueReset__(&s->queues[0]);
   PQueueReset__(&s->queues[1]);
   iset__(nvtxs, -1, s->moved);
-  RandomPermute__(s->perm, nvtxs, 1);
+  RandomPermute__(&ctrl->run->rng, s->perm, nvtxs, 1);
   for (int i = 0; i < nvtxs; i++) {
     const int v = s->perm[i];
     if (v < nfixed)
@@ -331,7 +331,7 @@ void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
     }
     const Bounds b = refine2::BalanceBounds(ctrl, pwgts);
     const int initcut = graph->mincut;
-    FillQueues(graph, &s);
+    FillQueues(ctrl, graph, &s);
     StartPlainPass(graph, &s);
     if ((ctrl->dbglvl & DBG_REFINE) && pass == 0)
       std::printf(kConstrained
@@ -449,7 +449,7 @@ void RefineEEFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) 
     starttimer__(ctrl, ctrl->InitRefTmr);
     const Bounds b = refine2::BalanceBounds(ctrl, pwgts);
     const int initcut = graph->mincut;
-    FillQueues(graph, &s);
+    FillQueues(ctrl, graph, &s);
     if ((ctrl->dbglvl & DBG_REFINE) && pass == 0)
       std::printf("Partitions: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d]\n",
                   s.queues[0].nitems, pwgts[0], s.queues[1].nitems, pwgts[1], initcut,

@@ -36,7 +36,7 @@ void Random_FMPartition__(PartCtrl *ctrl, HGraph *graph) {
   for (int trial = 0; trial < ntries; trial++) {
     int wgt[2] = {0, 0};
     if (nfixed > 0) {
-      RandomPermuteFine__(perm, nfixed, 1);
+      RandomPermuteFine__(&ctrl->run->rng, perm, nfixed, 1);
       for (int i = 0; i < nfixed; i++) {
         const int side = i < nfixed0 ? 0 : 1;
         where[perm[i]] = side;
@@ -44,7 +44,7 @@ void Random_FMPartition__(PartCtrl *ctrl, HGraph *graph) {
       }
     }
     // Side 0 is filled in random order up to the target; everything after goes to side 1.
-    RandomPermuteFine__(perm, nvtxs, 1);
+    RandomPermuteFine__(&ctrl->run->rng, perm, nvtxs, 1);
     for (int i = 0; i < nvtxs; i++) {
       const int v = perm[i];
       if (v < nfixed) continue;

@@ -36,7 +36,7 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
     int bestcut = initcut, newcut = initcut, mincutorder = -1;
     iset__(nvtxs, -1, moved);
     int mindiff = refine2::AbsDiff(pwgts[0], pwgts[1]);
-    RandomPermute__(perm, nvtxs, 1);
+    RandomPermute__(&ctrl->run->rng, perm, nvtxs, 1);
     for (int i = 0; i < nvtxs; i++) {
       const int v = perm[i];
       if (where[v] != from) continue;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "coarsen/grouping.h"
+#include "common/test_run.h"
 #include "test_graphs.h"
 
 namespace {
@@ -26,7 +27,7 @@ int Depth(const HGraph *coarsest) {
 TEST(Coarsen, SmallHypergraphIsReturnedUnchanged) {
   HGraph *g = Path(100);
   PartCtrl ctrl = MakeCtrl(1, g);
-  InitRandom__(1);
+  testrun::Seed(1);
   HGraph *c = Coarsen__(&ctrl, g);
   EXPECT_EQ(c, g);
   EXPECT_EQ(g->level, 0);
@@ -50,7 +51,7 @@ TEST(Coarsen, EdgeSchemeStopsAtTheFirstFailingLevel) {
   HGraph *g = Path(200);
   PartCtrl ctrl = MakeCtrl(5, g);
   ctrl.MaxCellWgt = 1;  // no pair fits
-  InitRandom__(1);
+  testrun::Seed(1);
   HGraph *c = Coarsen__(&ctrl, g);
   EXPECT_EQ(Depth(c), 1);
   EXPECT_EQ(c->nvtxs, 200);
@@ -62,7 +63,7 @@ TEST(Coarsen, OtherSchemesGetOneSecondChance) {
     HGraph *g = Path(200);
     PartCtrl ctrl = MakeCtrl(ctype, g);
     ctrl.MaxCellWgt = 1;
-    InitRandom__(1);
+    testrun::Seed(1);
     HGraph *c = Coarsen__(&ctrl, g);
     EXPECT_EQ(Depth(c), 2) << ctype;
     EXPECT_EQ(c->nvtxs, 200);
@@ -80,7 +81,7 @@ TEST(Coarsen, TraceLinesAndSlowProgressMessage) {
     PartCtrl ctrl = MakeCtrl(ctype, g);
     ctrl.MaxCellWgt = 1;
     ctrl.dbglvl = DBG_COARSEN;
-    InitRandom__(1);
+    testrun::Seed(1);
     testing::internal::CaptureStdout();
     Coarsen__(&ctrl, g);
     const std::string out = testing::internal::GetCapturedStdout();
@@ -94,7 +95,7 @@ TEST(Coarsen, TraceLinesAndSlowProgressMessage) {
   HGraph *g = Path(101);
   PartCtrl ctrl = MakeCtrl(5, g);
   ctrl.dbglvl = DBG_COARSEN;
-  InitRandom__(1);
+  testrun::Seed(1);
   testing::internal::CaptureStdout();
   HGraph *c = Coarsen__(&ctrl, g);
   const std::string out = testing::internal::GetCapturedStdout();
@@ -141,7 +142,7 @@ std::vector<std::vector<int>> ReplayStars(HGraph *g, PartCtrl *ctrl, int switchA
 TEST(Coarsen, HeavyFirstSwitchesToDegreeOrderAtTheFifthLevel) {
   HGraph *g = testgraphs::Random(20000, 24000, 5, 3);
   PartCtrl ctrl = MakeCtrl(1, g);
-  InitRandom__(42);
+  testrun::Seed(42);
   Coarsen__(&ctrl, g);
   std::vector<std::vector<int>> got;
   for (HGraph *cur = g; cur->coarser && got.size() < 6; cur = cur->coarser)
@@ -152,7 +153,7 @@ TEST(Coarsen, HeavyFirstSwitchesToDegreeOrderAtTheFifthLevel) {
 
   for (int switchAt : {4, 5}) {
     g = testgraphs::Random(20000, 24000, 5, 3);
-    InitRandom__(42);
+    testrun::Seed(42);
     const auto replay = ReplayStars(g, &ctrl, switchAt);
     if (switchAt == 4)
       EXPECT_EQ(replay, got);

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "coarsen/coarsen.h"
+#include "common/test_run.h"
 #include "test_graphs.h"
 
 namespace {
@@ -93,6 +94,7 @@ TEST(PartitionIslands, LighterSideThenTieToSideOne) {
 
 TEST(PartitionIslandsKway, SmallestPartFirstTiesToLowest) {
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.Nparts = 3;
   HGraph *g = testgraphs::Make(5, {{0, 1}}, {}, {1, 1, 2, 2, 2});
   SeparateIslands__(g);

@@ -4,6 +4,7 @@
 
 #include "coarsen/coarsen.h"
 #include "coarsen/grouping.h"
+#include "common/test_run.h"
 #include "test_graphs.h"
 
 namespace {
@@ -45,7 +46,7 @@ TEST(FindCell, VertexWithoutHyperedgesStaysAlone) {
   EXPECT_EQ(Find(&ctrl, g, 2, htable), -1);
   FreeHGraph__(g);
 
-  InitRandom__(1);
+  testrun::Seed(1);
   g = testgraphs::Make(3, {{0, 1}});
   Scratch s(g);
   Match_Edges__(&ctrl, g, s.perm.data(), s.htable.data(), s.vpairs.data());
@@ -99,7 +100,7 @@ TEST(FindCellStar, PrefersAnUngroupedCandidateOnTies) {
 TEST(MatchEdges, CapacityBelowEveryPairKeepsEveryVertexAlone) {
   PartCtrl ctrl = MakeCtrl(3);
   for (int scheme = 0; scheme < 3; scheme++) {
-    InitRandom__(7);
+    testrun::Seed(7);
     HGraph *g = testgraphs::Make(5, {{0, 1, 2}, {2, 3}, {3, 4}, {0, 4}}, {}, {2, 2, 2, 2, 2});
     Scratch s(g);
     if (scheme == 0) Match_Edges__(&ctrl, g, s.perm.data(), s.htable.data(), s.vpairs.data());
@@ -116,7 +117,7 @@ TEST(MatchEdgesStars, StopsGroupingAtFortyPercent) {
   for (int i = 0; i < 10; i++)
     for (int j = i + 1; j < 10; j++) nets.push_back({i, j});
   for (int byweight = 0; byweight < 2; byweight++) {
-    InitRandom__(3);
+    testrun::Seed(3);
     HGraph *g = testgraphs::Make(10, nets);
     Scratch s(g);
     Match_EdgesStars__(&ctrl, g, s.perm.data(), s.htable.data(), s.vpairs.data(), byweight);
@@ -132,7 +133,7 @@ TEST(MatchEdgesStars, StopsGroupingAtFortyPercent) {
 TEST(MatchEdges, FixedSuperVerticesAreNeverGrouped) {
   PartCtrl ctrl = MakeCtrl();
   for (int scheme = 0; scheme < 3; scheme++) {
-    InitRandom__(5);
+    testrun::Seed(5);
     HGraph *g = testgraphs::Make(6, {{0, 2}, {1, 3}, {0, 1, 4, 5}, {2, 3, 4}});
     g->nfixed = 2;
     Scratch s(g);

@@ -4,6 +4,7 @@
 
 #include "coarsen/coarsen.h"
 #include "coarsen/grouping.h"
+#include "common/test_run.h"
 #include "test_graphs.h"
 
 namespace {
@@ -19,7 +20,7 @@ void RunScheme(Scheme scheme, PartCtrl *ctrl, HGraph *g) {
   const int n = std::max(g->nvtxs, g->nhedges);
   std::vector<int> perm(n), htable(2 * n, -1);
   std::vector<KeyValue> vpairs(n);
-  InitRandom__(11);
+  testrun::Seed(11);
   scheme(ctrl, g, perm.data(), htable.data(), vpairs.data());
 }
 

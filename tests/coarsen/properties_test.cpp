@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "coarsen/coarsen.h"
+#include "common/test_run.h"
 #include "test_graphs.h"
 
 namespace {
@@ -73,7 +74,7 @@ void CheckLevel(const HGraph *f, const HGraph *c) {
 void CheckHierarchy(HGraph *g, int ctype) {
   PartCtrl ctrl = MakeCtrl(ctype, g);
   const TopCopy before(g);
-  InitRandom__(ctype * 17 + 1);
+  testrun::Seed(ctype * 17 + 1);
   HGraph *coarsest = Coarsen__(&ctrl, g);
   EXPECT_LT(coarsest->nvtxs, g->nvtxs + g->nislands) << ctype;
   int levels = 0;
@@ -139,7 +140,7 @@ void CheckRestricted(HGraph *g, int ctype, unsigned seed) {
   }
   g->where = imalloc__(n, "test: where");
   std::copy(where.begin(), where.end(), g->where);
-  InitRandom__(seed);
+  testrun::Seed(seed);
   HGraph *coarsest = CCoarsen__(&ctrl, g);
   ASSERT_NE(coarsest, g);
 
@@ -178,7 +179,7 @@ TEST(CoarsenTiming, Ibm10HeavyFirst) {
   if (!g) GTEST_SKIP() << "bench files absent";
   PartCtrl ctrl = MakeCtrl(1, g);
   const int pins = g->netptr[g->nhedges];
-  InitRandom__(1);
+  testrun::Seed(1);
   const double start = seconds__();
   HGraph *c = Coarsen__(&ctrl, g);
   const double elapsed = seconds__() - start;

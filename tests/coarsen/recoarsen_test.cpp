@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "coarsen/coarsen.h"
+#include "common/test_run.h"
 #include "test_graphs.h"
 
 namespace {
@@ -26,7 +27,7 @@ TEST(Recoarsen, FreeRootThenCoarsenAgainRepeatsTheHierarchy) {
 
   std::vector<int> first, second;
   for (auto *sizes : {&first, &second}) {
-    InitRandom__(5);
+    testrun::Seed(5);
     HGraph *coarsest = Coarsen__(&ctrl, g);
     ASSERT_NE(coarsest, g);
     *sizes = LevelSizes(coarsest);

@@ -4,6 +4,7 @@
 
 #include "coarsen/coarsen.h"
 #include "coarsen/grouping.h"
+#include "common/test_run.h"
 #include "test_graphs.h"
 
 namespace {
@@ -60,7 +61,7 @@ TEST(CFindCell, NeighboursInTheOtherPartAreNotCandidates) {
   for (int v = 0; v < 4; v++) g->where[v] = w[v];
   std::vector<int> perm(4), ht(8, -1);
   std::vector<KeyValue> vpairs(4);
-  InitRandom__(2);
+  testrun::Seed(2);
   CMatch_Edges__(&ctrl, g, g->where, perm.data(), ht.data(), vpairs.data());
   EXPECT_EQ(g->mptr[g->cellmap[0] + 1] - g->mptr[g->cellmap[0]], 1);
   EXPECT_EQ(g->cellmap[1], g->cellmap[2]);
@@ -88,7 +89,7 @@ TEST(CCoarsen, FirstSlowLevelEndsWithoutSecondChance) {
     HGraph *g = PathWithWhere(200);
     PartCtrl ctrl = MakeCtrl(ctype, 1);
     ctrl.dbglvl = DBG_COARSEN;
-    InitRandom__(3);
+    testrun::Seed(3);
     testing::internal::CaptureStdout();
     HGraph *c = CCoarsen__(&ctrl, g);
     const std::string out = testing::internal::GetCapturedStdout();
@@ -111,7 +112,7 @@ TEST(CCoarsen, PathCoarsensWithinParts) {
   for (int ctype : {0, 1}) {
     HGraph *g = PathWithWhere(1000);
     PartCtrl ctrl = MakeCtrl(ctype, 20);
-    InitRandom__(4);
+    testrun::Seed(4);
     HGraph *c = CCoarsen__(&ctrl, g);
     EXPECT_LT(c->nvtxs, 1000);
     // The cut of the path split in the middle is the one middle hyperedge at every level.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/test_hypergraphs.h"
+#include "common/test_run.h"
 #include "core/core.h"
 
 namespace testgraphs {
@@ -24,6 +25,7 @@ inline HGraph *ReadBench(const std::string &path) {
 // and hyperedge-size limit.
 inline PartCtrl Ctrl(int ctype, int maxcellwgt, int maxnetsize = 50) {
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.CoarsenTo = 100;
   ctrl.MaxNetSize = maxnetsize;
   ctrl.CType = ctype;

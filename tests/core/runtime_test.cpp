@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "common/test_run.h"
 #include "core/core.h"
 
 namespace {
@@ -90,6 +91,7 @@ TEST(Runtime, SecondsIsMonotoneCpuTime) {
 
 TEST(Runtime, TimersPrintExactLayout) {
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.TotalTmr = 99;
   InitTimers__(&ctrl);
   EXPECT_EQ(ctrl.TotalTmr, 0.0);
@@ -124,6 +126,7 @@ TEST(Runtime, TimersPrintExactLayout) {
 
 TEST(Runtime, TimersRunOnlyWithTheTimerBit) {
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   double tmr = 0;
   starttimer__(&ctrl, tmr);
   stoptimer__(&ctrl, tmr);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/test_hypergraphs.h"
+#include "common/test_run.h"
 #include "kway/kway.h"
 #include "partition/hypra.h"
 #include "partition/partition.h"
@@ -39,6 +40,7 @@ HGraph *KwayInput(const Hypergraph &h) {
 
 PartCtrl MakeCtrl(int nparts, int nruns, int vcycle, int rtype, int dbglvl) {
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.CoarsenTo = 100;
   ctrl.MaxNetSize = 50;
   ctrl.CType = 1;

@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 
+#include "common/test_run.h"
 #include "kway_fixtures.h"
 
 using namespace kwaytest;
@@ -85,7 +86,7 @@ void CheckRefiner(HGraph *g, int nparts, int nfixed, bool soedref, bool roundrob
   ctrl.MaxCellWgt = (2 * tpwgt) / 100;
   g->nfixed = nfixed;
   SetPartition(&ctrl, g, where);
-  InitRandom__(seed);
+  testrun::Seed(seed);
   const auto [startcut, startsoed] = CutAndSoed(g);
   const int startobj = soedref ? startsoed : startcut;
 
@@ -157,7 +158,7 @@ TEST(BenchInvariants, DISABLED_TenPassesOnIbm10) {
   std::vector<int> where(g->nvtxs);
   for (int v = 0; v < g->nvtxs; v++) where[v] = v % 16;
   SetPartition(&ctrl, g, where);
-  InitRandom__(1);
+  testrun::Seed(1);
   const int startcut = CutAndSoed(g).first;
   const double t0 = seconds__();
   RefineCutKway_Random__(&ctrl, g, 10);

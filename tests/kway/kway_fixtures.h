@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/test_hypergraphs.h"
+#include "common/test_run.h"
 #include "core/core.h"
 #include "kway/kway.h"
 
@@ -23,6 +24,7 @@ inline HGraph *MakeGraph(int nvtxs, const std::vector<std::vector<int>> &nets,
 
 inline PartCtrl MakeCtrl(int nparts, float ubfactor) {
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.Nparts = nparts;
   ctrl.UBfactor = ubfactor;
   ctrl.CoarsenTo = 100;

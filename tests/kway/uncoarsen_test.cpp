@@ -4,6 +4,7 @@
 #include <string>
 
 #include "coarsen/coarsen.h"
+#include "common/test_run.h"
 #include "kway_fixtures.h"
 
 using namespace kwaytest;
@@ -168,7 +169,7 @@ TEST(KwayVCycle, UncutPartitionStaysUncutAndStopsAfterTwoCycles) {
   RefineCutKway_Random__(&ctrl, g, 0);
   ASSERT_EQ(g->kwayobj, 0);
   RVfree__(&g->nrinfo, &g->crinfo, &g->crdata, &g->nrdata, &g->kpwgts);
-  InitRandom__(2);
+  testrun::Seed(2);
   testing::internal::CaptureStdout();
   EXPECT_EQ(VCycleRefinementKway__(&ctrl, g, 10), 0);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "          [0 0 0 (min = 0)]\n");
@@ -218,7 +219,7 @@ void CheckVCycle(int k, int rtype, unsigned seed) {
   ctrl.RType = rtype;
   ctrl.MaxCellWgt = (2 * tpwgt) / 100;
   ctrl.CType = 3;
-  InitRandom__(seed);
+  testrun::Seed(seed);
   SetPartition(&ctrl, g, where);
   if (rtype == 1)
     RefineCutKway_Random__(&ctrl, g, 10);
@@ -268,7 +269,7 @@ TEST(KwayVCycleBench, Ibm01NeverAboveItsInputCut) {
   PartCtrl ctrl =
       MakeCtrl(k, static_cast<float>(static_cast<double>(k) * pw[iamax__(k, pw.data())] / tpwgt));
   ctrl.MaxCellWgt = (2 * tpwgt) / 100;
-  InitRandom__(9);
+  testrun::Seed(9);
   SetPartition(&ctrl, g, where);
   RefineCutKway_Random__(&ctrl, g, 10);
   const int before = g->kwayobj;

@@ -4,6 +4,7 @@
 #include <regex>
 #include <vector>
 
+#include "common/test_run.h"
 #include "fixtures.h"
 #include "partition/partition.h"
 
@@ -11,6 +12,7 @@ namespace {
 
 PartCtrl BisectionCtrl(int nruns, int vcycle, int dbglvl) {
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.CoarsenTo = 100;
   ctrl.MaxNetSize = 50;
   ctrl.CType = 1;

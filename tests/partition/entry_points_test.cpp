@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "common/test_run.h"
 #include "fixtures.h"
 #include "partition/hypra.h"
 #include "partition/partition.h"
@@ -141,10 +142,11 @@ TEST(EntryPoints, TwoWayRefineIsTenPassesOfFm) {
   AllocateRefinementMemory__(g);
   icopy__(h.nvtxs, start.data(), g->where);
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.Nparts = 2;
   ctrl.UBfactor = static_cast<float>(5 / 100.0);
   ctrl.TargetFrac = 0.5f;
-  std::srand(17);
+  testrun::Seed(17);
   Refine_FM__(&ctrl, g, 10);
   std::vector<int> expect(g->where, g->where + h.nvtxs);
   const int expect_cut = g->mincut;
@@ -154,7 +156,7 @@ TEST(EntryPoints, TwoWayRefineIsTenPassesOfFm) {
        {std::vector<int>{0, 0, 0, 0, 0, 0, 0, 0, 0}, std::vector<int>{1, 3, 4, 3, 2, 1, 1, 5, 0}}) {
     std::vector<int> part = start;
     int cut = -1;
-    std::srand(17);
+    SeedSharedSequence__(17);
     HYPRA_2WayRefine(h.nvtxs, h.nhedges(), nullptr, h.eptr.data(), h.eind.data(), nullptr, 5,
                      opts.data(), part.data(), &cut);
     EXPECT_EQ(part, expect);

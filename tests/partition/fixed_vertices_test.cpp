@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "common/test_run.h"
 #include "fixtures.h"
 #include "partition/hypra.h"
 #include "partition/partition.h"
@@ -12,6 +13,7 @@ TEST(FixedVertices, NothingFixedGivesEmptySuperVerticesInFront) {
   TestHypergraph h = RingHypergraph(10, 12, 41);
   HGraph *g = ToHGraph(h);
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.Nparts = 3;
   std::vector<int> fix(10, -1);
   CompressFixedCells__(&ctrl, g, fix.data());
@@ -41,6 +43,7 @@ TEST(FixedVertices, AllFixedGivesOneVertexPerPartAndTheFixFileBack) {
 
   HGraph *g = ToHGraph(h);
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.Nparts = 4;
   CompressFixedCells__(&ctrl, g, fix.data());
   EXPECT_EQ(g->coarser->nvtxs, 4);
@@ -52,6 +55,7 @@ TEST(FixedVertices, ProjectionRelabelsParts) {
   TestHypergraph h = RingHypergraph(6, 5, 43);
   HGraph *g = ToHGraph(h);
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.Nparts = 3;
   std::vector<int> fix = {0, -1, 2, -1, 1, -1};
   CompressFixedCells__(&ctrl, g, fix.data());

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "coarsen/coarsen.h"
+#include "common/test_run.h"
 #include "fixtures.h"
 #include "partition/hypra.h"
 #include "partition/partition.h"
@@ -87,6 +88,7 @@ TEST(RecursiveBisection, ReconstructionKeepsOnlyTheSideWithSeveralPins) {
   for (int v = 0; v < 8; v++) g->label[v] = 10 + v;
   std::vector<int> bisection = {0, 0, 0, 0, 1, 1, 1, 1};
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.Reconst = 1;
   ctrl.TargetFrac = 0.5f;
   HGraph *l = CreateHGraph__(), *r = CreateHGraph__();
@@ -125,6 +127,7 @@ TEST(RecursiveBisection, WithoutReconstructionCutHyperedgesAreDropped) {
   g->label = imalloc__(4, "test: label");
   std::vector<int> bisection = {0, 0, 1, 1};
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.TargetFrac = 0.5f;
   HGraph *l = CreateHGraph__(), *r = CreateHGraph__();
   SplitGraphPart__(&ctrl, g, bisection.data(), l, r);

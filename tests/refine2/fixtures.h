@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "common/test_hypergraphs.h"
+#include "common/test_run.h"
 #include "core/core.h"
 #include "refine2/refine2.h"
 
@@ -21,6 +22,7 @@ using testhg::Nets;
 // A control record as a bisection of two equal halves with a 5 % tolerance sets it.
 inline PartCtrl Ctrl(int dbglvl = 0) {
   PartCtrl ctrl{};
+  ctrl.run = testrun::Run();
   ctrl.CoarsenTo = 100;
   ctrl.CType = 1;
   ctrl.RType = 1;

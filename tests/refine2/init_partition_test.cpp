@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "common/test_run.h"
 #include "refine2/fixtures.h"
 
 namespace {
@@ -10,11 +11,11 @@ namespace {
 using r2test::Make;
 using r2test::Where;
 
-// The permutation that the first try draws right after srand(seed).
+// The permutation that the first try draws right after seeding with seed.
 std::vector<int> FirstPerm(unsigned seed, int n) {
-  std::srand(seed);
+  testrun::Seed(seed);
   std::vector<int> perm(n);
-  RandomPermuteFine__(perm.data(), n, 1);
+  RandomPermuteFine__(testrun::Rng(), perm.data(), n, 1);
   return perm;
 }
 
@@ -43,7 +44,7 @@ TEST(InitPartition, FixedVerticesSplitByTargetShare) {
       HGraph *g = r2test::Random(seed, 12, 20, 4, 1, 3, nfixed);
       RVfree__(&g->where, &g->gain, &g->ndeg[0], &g->ndeg[1]);
       PartCtrl ctrl = r2test::Ctrl();
-      std::srand(seed);
+      testrun::Seed(seed);
       InitPartition__(&ctrl, g);
       int onzero = 0;
       for (int v = 0; v < nfixed; v++) onzero += g->where[v] == 0;
@@ -61,7 +62,7 @@ TEST(InitPartition, HeavyVertexDrawnFirstFillsSideZeroAlone) {
   HGraph *g = Make(5, {{0, 1}, {1, 2}, {2, 3}, {3, 4}}, {}, {10, 1, 1, 1, 1});
   RVfree__(&g->where, &g->gain, &g->ndeg[0], &g->ndeg[1]);
   PartCtrl ctrl = r2test::Ctrl(DBG_REFINE);
-  std::srand(seed);
+  testrun::Seed(seed);
   testing::internal::CaptureStdout();
   Random_FMPartition__(&ctrl, g);
   const std::string out = testing::internal::GetCapturedStdout();
@@ -83,8 +84,8 @@ TEST(InitPartition, EqualCutsKeepTheFirstTry) {
   for (int i = 0; i < 8; i++) expected[perm[i]] = 0;
   // The second try draws after the first try's FM pass shuffled once; it differs.
   std::vector<int> scratch(16), perm2(16);
-  RandomPermute__(scratch.data(), 16, 1);
-  RandomPermuteFine__(perm2.data(), 16, 1);
+  RandomPermute__(testrun::Rng(), scratch.data(), 16, 1);
+  RandomPermuteFine__(testrun::Rng(), perm2.data(), 16, 1);
   std::vector<int> second(16, 1);
   for (int i = 0; i < 8; i++) second[perm2[i]] = 0;
   ASSERT_NE(second, expected);
@@ -92,7 +93,7 @@ TEST(InitPartition, EqualCutsKeepTheFirstTry) {
   HGraph *g = Make(16, {});
   RVfree__(&g->where, &g->gain, &g->ndeg[0], &g->ndeg[1]);
   PartCtrl ctrl = r2test::Ctrl(DBG_INITPART);
-  std::srand(seed);
+  testrun::Seed(seed);
   testing::internal::CaptureStdout();
   InitPartition__(&ctrl, g);
   const std::string out = testing::internal::GetCapturedStdout();
@@ -109,7 +110,7 @@ TEST(InitPartition, TwentyTriesWhenKwayRefinementFollows) {
   RVfree__(&g->where, &g->gain, &g->ndeg[0], &g->ndeg[1]);
   PartCtrl ctrl = r2test::Ctrl(DBG_INITPART);
   ctrl.KwayRefine = 1;
-  std::srand(3);
+  testrun::Seed(3);
   testing::internal::CaptureStdout();
   InitPartition__(&ctrl, g);
   const std::string out = testing::internal::GetCapturedStdout();
@@ -124,7 +125,7 @@ TEST(InitPartition, RefinementLinesAreSilencedAndDebugLevelRestored) {
   RVfree__(&g->where, &g->gain, &g->ndeg[0], &g->ndeg[1]);
   const int dbg = DBG_INITPART | DBG_REFINE | DBG_MOVES;
   PartCtrl ctrl = r2test::Ctrl(dbg);
-  std::srand(11);
+  testrun::Seed(11);
   testing::internal::CaptureStdout();
   InitPartition__(&ctrl, g);
   const std::string out = testing::internal::GetCapturedStdout();

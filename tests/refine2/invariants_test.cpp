@@ -102,7 +102,7 @@ TEST(Invariants, EveryRefinerOnGeneratedHypergraphs) {
       HGraph *g = r2test::Random(c.seed, c.nvtxs, c.nhedges, c.maxsize, c.maxcw, c.maxnw, c.nfixed);
       PartCtrl ctrl = r2test::Ctrl();
       ctrl.UBfactor = c.ubfactor;
-      std::srand(c.seed * 7 + r);
+      testrun::Seed(c.seed * 7 + r);
       Greedy(g);
       CheckRefiner(r, g, ctrl, true);
       // Again from an unbalanced bisection: balancing first, as the uncoarsening does.
@@ -122,7 +122,7 @@ TEST(Invariants, RefinersOnBenchmark) {
   if (g == nullptr) GTEST_SKIP() << "benchmark hypergraphs not available";
   for (Refiner r : {kFM, kEEFM, kOneWay}) {
     PartCtrl ctrl = r2test::Ctrl();
-    std::srand(5);
+    testrun::Seed(5);
     Greedy(g);
     CheckRefiner(r, g, ctrl, true);
   }
@@ -135,7 +135,7 @@ TEST(Invariants, RefinersOnBenchmark) {
   g = r2test::ReadBench("ibm02.weight.hgr");
   if (g == nullptr) GTEST_SKIP() << "weighted benchmark hypergraph not available";
   ctrl = r2test::Ctrl();
-  std::srand(9);
+  testrun::Seed(9);
   Greedy(g);
   CheckRefiner(kFM2, g, ctrl, true);
   FreeHGraph__(g);
@@ -164,7 +164,7 @@ TEST(Invariants, MultilevelOnGeneratedHypergraph) {
   for (int rtype : {1, 2, 3, 5}) {
     SCOPED_TRACE(rtype);
     HGraph *g = r2test::Random(11, 3000, 4000, 6, 1, 2);
-    std::srand(rtype);
+    testrun::Seed(rtype);
     Multilevel(g, rtype);
     FreeHGraph__(g);
   }
@@ -173,7 +173,7 @@ TEST(Invariants, MultilevelOnGeneratedHypergraph) {
 TEST(Invariants, MultilevelOnBenchmark) {
   HGraph *g = r2test::ReadBench("ibm01.hgr");
   if (g == nullptr) GTEST_SKIP() << "benchmark hypergraphs not available";
-  std::srand(1);
+  testrun::Seed(1);
   Multilevel(g, 3);
   FreeHGraph__(g);
 }

@@ -1,0 +1,29 @@
+// The run record the tests hand to engine routines: one per test thread, seeded like a run.
+#pragma once
+
+#include <cstdint>
+
+#include "core/core.h"
+
+namespace testrun {
+
+inline RunState *Run() {
+  struct Holder {
+    RunState run;
+    Holder() { InitRunState__(&run, 1); }
+    ~Holder() { FreeRunState__(&run); }
+  };
+  static thread_local Holder holder;
+  return &holder.run;
+}
+
+// Reseeds the test run's generator as a run would with this seed.
+inline void Seed(int64_t seed) {
+  InitRandom__(&Run()->rng, seed);
+}
+
+inline RandomState *Rng() {
+  return &Run()->rng;
+}
+
+}  // namespace testrun
