@@ -7,6 +7,7 @@
 
 #include "coarsen/coarsen.h"
 #include "kway/kway.h"
+#include "partition/best_of_runs.h"
 #include "partition/partition.h"
 
 namespace {
@@ -171,93 +172,63 @@ void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph) {
   stoptimer__(ctrl, ctrl->InitPartTmr);
 }
 
-int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
-  const int nvtxs = graph->nvtxs;
-  const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);
-  const bool trace = ctrl->dbglvl & DBG_TRACE;
-  if (summary)
-    std::printf("\n  Partitioning a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
-                nvtxs, graph->nhedges, ctrl->UBfactor);
+namespace {
 
-  CreateIncidentHGraph__(graph);
-  HGraph *pgraph = PruneHGraph__(ctrl, graph);
-  const int impossible = ImpossibleObjective(graph);
-  int best = impossible, bestpruned = impossible;
-  long long total = 0;
-  ctrl->MaxCellWgt = ComputeMaxCellWgt__(ctrl, nvtxs, graph->cellwgt);
-
-  KeepSlots keep;
-  if (ctrl->Vcycle == 1) {
-    InitKeepSlots__(&keep, DirectKwayKeptSlots(ctrl), nvtxs, impossible);
-  }
-
-  const int oldCType = ctrl->CType;
-  InitRandom__(&ctrl->run->rng, ctrl->Seed);
-
-  for (int trial = 0; trial < ctrl->Nruns; trial++) {
-    if (oldCType == 1) ctrl->CType = trial % 2 == 0 ? 1 : 2;
-
+// The steps of the best-of-runs loop that are particular to direct k-way partitioning: the cut or
+// the SOED as objective, greedy k-way refinement and k-way V-cycles, with one vertex-entry pool
+// handed from level to level and from trial to trial.
+struct DirectKway {
+  int Impossible(const HGraph *graph) const { return ImpossibleObjective(graph); }
+  int KeptSlots(const PartCtrl *ctrl) const { return DirectKwayKeptSlots(ctrl); }
+  void PartitionPruned(PartCtrl *ctrl, HGraph *pgraph) const {
     HGraph *coarsest = Coarsen__(ctrl, pgraph);
     HandOverKwayPool__(pgraph, coarsest);
     InitPartitionKway__(ctrl, coarsest);
     RefineKway__(ctrl, pgraph, coarsest);
-    const bool improving = pgraph->kwayobj < bestpruned;
-    if (improving) bestpruned = pgraph->kwayobj;
-
-    if (trace) {
-      std::printf("    Cut/SOED of trial %4d:\t %6d %6d", trial, pgraph->mincut, pgraph->soed);
-      Flush();
-    }
+  }
+  void TraceRun(int run, const HGraph *pgraph) const {
+    std::printf("    Cut/SOED of trial %4d:\t %6d %6d", run, pgraph->mincut, pgraph->soed);
+  }
+  void Adopt(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) const {
     AdoptPrunedPartition(ctrl, graph, pgraph);
-    if (trace) {
-      std::printf(" [%4.2f]\n", ComputeBalanceKway__(ctrl, graph, graph->where));
-      Flush();
-    }
-
-    if (DirectKwayWantsVCycles(ctrl, graph->kwayobj, best, improving)) {
-      ReleaseKwayWork__(graph);
-      VCycleRefinementKway__(ctrl, graph, kVCycles);
-    }
-    if (ctrl->dbglvl & DBG_RUNS)
-      std::printf("    Cut/SOED of trial %4d:\t %6d %6d [%4.2f]\n", trial, graph->mincut,
-                  graph->soed, ComputeBalanceKway__(ctrl, graph, graph->where));
-
-    const int obj = graph->kwayobj;
-    total += obj;
-    if (obj < best) {
-      icopy__(nvtxs, graph->where, part);
-      best = obj;
-    }
-    if (ctrl->Vcycle == 1) OfferToSlots__(&keep, graph->where, nvtxs, obj);
-
+  }
+  float Balance(PartCtrl *ctrl, HGraph *graph, const int *where) const {
+    return ComputeBalanceKway__(ctrl, graph, where);
+  }
+  int Objective(const HGraph *graph) const { return graph->kwayobj; }
+  void SetObjective(HGraph *graph, int obj) const { graph->kwayobj = obj; }
+  void VCycles(PartCtrl *ctrl, HGraph *graph) const {
+    ReleaseKwayWork__(graph);
+    VCycleRefinementKway__(ctrl, graph, kVCycles);
+  }
+  void ReleaseWork(HGraph *graph) const { ReleaseKwayWork__(graph); }
+  void PrintRun(PartCtrl *ctrl, int run, HGraph *graph, int) const {
+    std::printf("    Cut/SOED of trial %4d:\t %6d %6d [%4.2f]\n", run, graph->mincut, graph->soed,
+                ComputeBalanceKway__(ctrl, graph, graph->where));
+  }
+  void FreeRun(HGraph *graph, HGraph *pgraph) const {
     HandOverKwayPool__(graph, pgraph);
     FreeRootHGraph__(graph);
     FreeRootKeepingPool(pgraph);
   }
-  ctrl->CType = oldCType;
+  void StartFinalVCycles(HGraph *graph, HGraph *pgraph) const { HandOverKwayPool__(pgraph, graph); }
+};
 
-  if (ctrl->Vcycle == 1) {
-    graph->where = imalloc__(nvtxs, "Hypergraph_Bisection: where");
-    HandOverKwayPool__(pgraph, graph);
-    for (int i = 0; i < keep.count; i++) {
-      icopy__(nvtxs, keep.parts[i], graph->where);
-      graph->kwayobj = keep.objs[i];
-      VCycleRefinementKway__(ctrl, graph, kVCycles);
-      if (graph->kwayobj < best) {
-        icopy__(nvtxs, graph->where, part);
-        best = graph->kwayobj;
-      }
-      RVfree__(&keep.parts[i]);
-      ReleaseKwayWork__(graph);
-    }
-    FreeRootHGraph__(graph);
-  }
+}  // namespace
+
+int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
+  const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);
+  if (summary)
+    std::printf("\n  Partitioning a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
+                graph->nvtxs, graph->nhedges, ctrl->UBfactor);
+
+  const BestOfRunsResult result = BestOfRuns__(ctrl, graph, part, DirectKway());
+  const int best = result.best;
 
   if (summary)
     std::printf("    The %s for this partitioning = %d, (average = %3.1f) (balance = %4.2f)\n",
                 CutObjective(ctrl) ? "mincut" : "minsoed", best,
-                static_cast<double>(total) / ctrl->Nruns, ComputeBalanceKway__(ctrl, graph, part));
-
-  FreeHGraph__(pgraph);
+                static_cast<double>(result.total) / ctrl->Nruns,
+                ComputeBalanceKway__(ctrl, graph, part));
   return best;
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "coarsen/coarsen.h"
+#include "partition/best_of_runs.h"
 #include "partition/partition.h"
 #include "refine2/refine2.h"
 
@@ -121,47 +122,26 @@ int VCycleRefinement__(PartCtrl *ctrl, HGraph *graph, int maxcycles) {
   return graph->mincut;
 }
 
-int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
-  const int nvtxs = graph->nvtxs;
-  const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);
-  const bool trace = ctrl->dbglvl & DBG_TRACE;
-  if (summary)
-    std::printf("\n  Bisecting a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n", nvtxs,
-                graph->nhedges, ctrl->TargetFrac);
+namespace {
 
-  CreateIncidentHGraph__(graph);
-  HGraph *pgraph = PruneHGraph__(ctrl, graph);
-
-  const int impossible = iasum__(graph->nhedges, graph->netwgt) + 1;
-  int bestcut = impossible, bestpruned = impossible;
-  int totalcut = 0;
-
-  ctrl->MaxCellWgt = ComputeMaxCellWgt__(ctrl, nvtxs, graph->cellwgt);
-
-  KeepSlots keep;
-  if (ctrl->Vcycle == 1) {
+// The steps of the best-of-runs loop that are particular to bisection: the cut as objective, FM
+// refinement and two-way V-cycles.
+struct Bisection {
+  int Impossible(const HGraph *graph) const { return iasum__(graph->nhedges, graph->netwgt) + 1; }
+  int KeptSlots(const PartCtrl *ctrl) const {
     const int wanted = ctrl->Nruns > 10 ? 3 : 1;
-    InitKeepSlots__(&keep, wanted > ctrl->Nruns ? ctrl->Nruns : wanted, nvtxs, impossible);
+    return wanted > ctrl->Nruns ? ctrl->Nruns : wanted;
   }
-
-  const int oldCType = ctrl->CType;
-  InitRandom__(&ctrl->run->rng, ctrl->Seed);
-
-  for (int run = 0; run < ctrl->Nruns; run++) {
-    if (oldCType == 1) ctrl->CType = run % 2 == 0 ? 1 : 2;
-
+  void PartitionPruned(PartCtrl *ctrl, HGraph *pgraph) const {
     HGraph *coarsest = Coarsen__(ctrl, pgraph);
     InitPartition__(ctrl, coarsest);
     Refine__(ctrl, pgraph, coarsest);
-    const int prunedcut = pgraph->mincut;
-    if (trace) {
-      std::printf("    Cut of trial %4d:\t %6d ", run, prunedcut);
-      Flush();
-    }
-
-    const bool improved = prunedcut < bestpruned;
-    if (improved) bestpruned = prunedcut;
-
+  }
+  void TraceRun(int run, const HGraph *pgraph) const {
+    std::printf("    Cut of trial %4d:\t %6d ", run, pgraph->mincut);
+  }
+  void Adopt(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) const {
+    const bool trace = ctrl->dbglvl & DBG_TRACE;
     if (pgraph->nhedges < graph->nhedges) {
       AllocateRefinementMemory__(graph);
       RVfree__(&graph->where);
@@ -181,55 +161,43 @@ int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
       graph->where = pgraph->where;
       pgraph->where = nullptr;
     }
-    if (trace) {
-      std::printf(" [%4.2f]\n", ComputeBalance__(graph, graph->where));
-      Flush();
-    }
-
-    int cut = graph->mincut;
-    if (WantsVCycles__(ctrl, cut, bestcut, improved)) {
-      ReleaseLevelWork(graph);
-      VCycleRefinement__(ctrl, graph, kVCycles);
-      cut = graph->mincut;
-    }
-    if (ctrl->dbglvl & DBG_RUNS)
-      std::printf("    Cut of trial %4d:\t %6d [%4.2f]\n", run, cut,
-                  ComputeBalance__(graph, graph->where));
-
-    totalcut += cut;
-    if (cut < bestcut) {
-      icopy__(nvtxs, graph->where, bisection);
-      bestcut = cut;
-    }
-    if (ctrl->Vcycle == 1) OfferToSlots__(&keep, graph->where, nvtxs, cut);
-
+  }
+  float Balance(PartCtrl *, HGraph *graph, const int *where) const {
+    return ComputeBalance__(graph, where);
+  }
+  int Objective(const HGraph *graph) const { return graph->mincut; }
+  void SetObjective(HGraph *graph, int obj) const { graph->mincut = obj; }
+  void VCycles(PartCtrl *ctrl, HGraph *graph) const {
+    ReleaseLevelWork(graph);
+    VCycleRefinement__(ctrl, graph, kVCycles);
+  }
+  void ReleaseWork(HGraph *graph) const { ReleaseLevelWork(graph); }
+  void PrintRun(PartCtrl *, int run, HGraph *graph, int obj) const {
+    std::printf("    Cut of trial %4d:\t %6d [%4.2f]\n", run, obj,
+                ComputeBalance__(graph, graph->where));
+  }
+  void FreeRun(HGraph *graph, HGraph *pgraph) const {
     FreeRootHGraph__(graph);
     FreeRootHGraph__(pgraph);
   }
-  ctrl->CType = oldCType;
+  void StartFinalVCycles(HGraph *, HGraph *) const {}
+};
 
-  if (ctrl->Vcycle == 1) {
-    graph->where = imalloc__(nvtxs, "Hypergraph_Bisection: where");
-    for (int i = 0; i < keep.count; i++) {
-      icopy__(nvtxs, keep.parts[i], graph->where);
-      graph->mincut = keep.objs[i];
-      VCycleRefinement__(ctrl, graph, kVCycles);
-      if (graph->mincut < bestcut) {
-        icopy__(nvtxs, graph->where, bisection);
-        bestcut = graph->mincut;
-      }
-      RVfree__(&keep.parts[i]);
-      ReleaseLevelWork(graph);
-    }
-    FreeRootHGraph__(graph);
-  }
+}  // namespace
+
+int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
+  const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);
+  if (summary)
+    std::printf("\n  Bisecting a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
+                graph->nvtxs, graph->nhedges, ctrl->TargetFrac);
+
+  const BestOfRunsResult result = BestOfRuns__(ctrl, graph, bisection, Bisection());
+  const int bestcut = result.best;
 
   if (summary)
     std::printf("    The mincut for this bisection = %d, (average = %3.1f) (balance = %4.2f)\n",
-                bestcut, static_cast<double>(totalcut) / ctrl->Nruns,
+                bestcut, static_cast<double>(result.total) / ctrl->Nruns,
                 ComputeBalance__(graph, bisection));
-
-  FreeHGraph__(pgraph);
 
   const int actual = ComputeActualCut__(graph, bisection);
   if (actual != bestcut) std::printf("Wrong cut! %d %d\n", bestcut, actual);

@@ -1,0 +1,108 @@
+// The best-of-runs loop shared by multilevel bisection and direct k-way partitioning: each run
+// coarsens the pruned hypergraph, partitions its coarsest level and refines on the way back; the
+// partition is taken over onto the full hypergraph, may earn V-cycles, and the best is kept,
+// with the best few offered to final V-cycles when Vcycle is 1.
+//
+// The two drivers differ only in the steps a Method supplies (its objective, its refiners and
+// the words of its traces), so the order of draws and lines is the same code for both.
+#pragma once
+
+#include <cstdio>
+
+#include "coarsen/coarsen.h"
+#include "core/core.h"
+#include "partition/partition.h"
+
+// What the loop reports back besides the best partition.
+struct BestOfRunsResult {
+  int best;         // the objective of the partition left in `part`
+  long long total;  // the sum of the runs' objectives, for the average
+};
+
+// Method supplies:
+//   int Impossible(const HGraph *graph): an objective no partition reaches;
+//   int KeptSlots(const PartCtrl *ctrl): partitions kept for the final V-cycles (Vcycle 1);
+//   void PartitionPruned(PartCtrl *ctrl, HGraph *pgraph): one run's coarsen, initial partition
+//     and refinement of the pruned hypergraph;
+//   void TraceRun(int run, const HGraph *pgraph): the first words of the run's trace line;
+//   void Adopt(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph): the pruned partition taken over
+//     onto the full hypergraph (and refined there when hyperedges were pruned);
+//   float Balance(PartCtrl *ctrl, HGraph *graph, const int *where);
+//   int Objective(const HGraph *graph), void SetObjective(HGraph *graph, int obj);
+//   void VCycles(PartCtrl *ctrl, HGraph *graph): releases the run's level work, then V-cycles;
+//   void ReleaseWork(HGraph *graph): after a final V-cycle;
+//   void PrintRun(PartCtrl *ctrl, int run, HGraph *graph, int obj): the one-line run summary;
+//   void FreeRun(HGraph *graph, HGraph *pgraph): what a run leaves on the two root hypergraphs;
+//   void StartFinalVCycles(HGraph *graph, HGraph *pgraph): before the final V-cycles.
+template <typename Method>
+BestOfRunsResult BestOfRuns__(PartCtrl *ctrl, HGraph *graph, int *part, const Method &method) {
+  const int nvtxs = graph->nvtxs;
+  const bool trace = ctrl->dbglvl & DBG_TRACE;
+
+  CreateIncidentHGraph__(graph);
+  HGraph *pgraph = PruneHGraph__(ctrl, graph);
+  const int impossible = method.Impossible(graph);
+  int best = impossible, bestpruned = impossible;
+  long long total = 0;
+  ctrl->MaxCellWgt = ComputeMaxCellWgt__(ctrl, nvtxs, graph->cellwgt);
+
+  KeepSlots keep;
+  if (ctrl->Vcycle == 1) InitKeepSlots__(&keep, method.KeptSlots(ctrl), nvtxs, impossible);
+
+  const int oldCType = ctrl->CType;
+  InitRandom__(&ctrl->run->rng, ctrl->Seed);
+
+  for (int run = 0; run < ctrl->Nruns; run++) {
+    if (oldCType == 1) ctrl->CType = run % 2 == 0 ? 1 : 2;
+
+    method.PartitionPruned(ctrl, pgraph);
+    const int prunedobj = method.Objective(pgraph);
+    if (trace) {
+      method.TraceRun(run, pgraph);
+      std::fflush(stdout);
+    }
+    const bool improved = prunedobj < bestpruned;
+    if (improved) bestpruned = prunedobj;
+
+    method.Adopt(ctrl, graph, pgraph);
+    if (trace) {
+      std::printf(" [%4.2f]\n", method.Balance(ctrl, graph, graph->where));
+      std::fflush(stdout);
+    }
+
+    int obj = method.Objective(graph);
+    if (WantsVCycles__(ctrl, obj, best, improved)) {
+      method.VCycles(ctrl, graph);
+      obj = method.Objective(graph);
+    }
+    if (ctrl->dbglvl & DBG_RUNS) method.PrintRun(ctrl, run, graph, obj);
+
+    total += obj;
+    if (obj < best) {
+      icopy__(nvtxs, graph->where, part);
+      best = obj;
+    }
+    if (ctrl->Vcycle == 1) OfferToSlots__(&keep, graph->where, nvtxs, obj);
+    method.FreeRun(graph, pgraph);
+  }
+  ctrl->CType = oldCType;
+
+  if (ctrl->Vcycle == 1) {
+    graph->where = imalloc__(nvtxs, "BestOfRuns: where");
+    method.StartFinalVCycles(graph, pgraph);
+    for (int i = 0; i < keep.count; i++) {
+      icopy__(nvtxs, keep.parts[i], graph->where);
+      method.SetObjective(graph, keep.objs[i]);
+      method.VCycles(ctrl, graph);
+      if (method.Objective(graph) < best) {
+        icopy__(nvtxs, graph->where, part);
+        best = method.Objective(graph);
+      }
+      RVfree__(&keep.parts[i]);
+      method.ReleaseWork(graph);
+    }
+    FreeRootHGraph__(graph);
+  }
+  FreeHGraph__(pgraph);
+  return BestOfRunsResult{best, total};
+}
