@@ -212,9 +212,18 @@ struct DirectKway {
     FreeRootKeepingPool(pgraph);
   }
   void StartFinalVCycles(HGraph *graph, HGraph *pgraph) const { HandOverKwayPool__(pgraph, graph); }
+  void OpenVCycleTrace(const HGraph *graph) const { std::printf("          [%d ", graph->kwayobj); }
+  void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest) const {
+    HandOverKwayPool__(graph, coarsest);
+    RefineKway__(ctrl, graph, coarsest);
+  }
 };
 
 }  // namespace
+
+int VCycleRefinementKway__(PartCtrl *ctrl, HGraph *graph, int nvcycles) {
+  return VCycleLoop__(ctrl, graph, nvcycles, DirectKway());
+}
 
 int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
   const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);

@@ -1,5 +1,5 @@
 // K-way uncoarsening: the partition of a coarse level is carried back level by level and
-// refined at each one; V-cycles repeat this over a restricted coarsening while it pays off.
+// refined at each one.
 #include <cstdio>
 
 #include "coarsen/coarsen.h"
@@ -74,37 +74,4 @@ void RefineKway__(PartCtrl *ctrl, HGraph *orggraph, HGraph *graph) {
 void ReleaseKwayWork__(HGraph *graph) {
   RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->nrinfo,
            &graph->crinfo, &graph->nrdata, &graph->kpwgts, &graph->kslot, &graph->islandmap);
-}
-
-int VCycleRefinementKway__(PartCtrl *ctrl, HGraph *graph, int nvcycles) {
-  const int savedcoarsento = ctrl->CoarsenTo, savedctype = ctrl->CType;
-  // Re-coarsening stops early: the partition is already good, only local structure is left.
-  ctrl->CoarsenTo = 1000;
-
-  int best = graph->kwayobj, lastgain = -1;
-  if (ctrl->dbglvl & DBG_TRACE) std::printf("          [%d ", best);
-
-  for (int i = 0; i < nvcycles; i++) {
-    ctrl->CType = i % 2;
-    HGraph *coarsest = CCoarsen__(ctrl, graph);
-    HandOverKwayPool__(graph, coarsest);
-    RefineKway__(ctrl, graph, coarsest);
-    if (ctrl->dbglvl & DBG_TRACE) {
-      std::printf("%d ", graph->kwayobj);
-      std::fflush(stdout);
-    }
-    ReleaseKwayWork__(graph);
-
-    if (graph->kwayobj < best) {
-      best = graph->kwayobj;
-      lastgain = i;
-    } else if (i - lastgain > 1) {
-      break;
-    }
-  }
-
-  if (ctrl->dbglvl & DBG_TRACE) std::printf("(min = %d)]\n", graph->kwayobj);
-  ctrl->CoarsenTo = savedcoarsento;
-  ctrl->CType = savedctype;
-  return graph->kwayobj;
 }

@@ -34,6 +34,10 @@ struct BestOfRunsResult {
 //   void PrintRun(PartCtrl *ctrl, int run, HGraph *graph, int obj): the one-line run summary;
 //   void FreeRun(HGraph *graph, HGraph *pgraph): what a run leaves on the two root hypergraphs;
 //   void StartFinalVCycles(HGraph *graph, HGraph *pgraph): before the final V-cycles.
+// and for the V-cycles (VCycleLoop__):
+//   void OpenVCycleTrace(const HGraph *graph): the start of the V-cycle trace;
+//   void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest): the way back up from
+//     a restricted coarsening.
 template <typename Method>
 BestOfRunsResult BestOfRuns__(PartCtrl *ctrl, HGraph *graph, int *part, const Method &method) {
   const int nvtxs = graph->nvtxs;
@@ -105,4 +109,38 @@ BestOfRunsResult BestOfRuns__(PartCtrl *ctrl, HGraph *graph, int *part, const Me
   }
   FreeHGraph__(pgraph);
   return BestOfRunsResult{best, total};
+}
+
+// V-cycles: restricted coarsenings of a partitioned hypergraph (at most `maxcycles`, coarsening
+// alternately by CType 0 and 1 to 1000 vertices), each refined back; they stop after two cycles
+// in a row without a better objective. Returns the objective reached.
+template <typename Method>
+int VCycleLoop__(PartCtrl *ctrl, HGraph *graph, int maxcycles, const Method &method) {
+  const int oldCoarsenTo = ctrl->CoarsenTo, oldCType = ctrl->CType;
+  // Re-coarsening stops early: the partition is already good, only local structure is left.
+  ctrl->CoarsenTo = 1000;
+
+  int best = method.Objective(graph), lastgain = -1;
+  if (ctrl->dbglvl & DBG_TRACE) method.OpenVCycleTrace(graph);
+  for (int i = 0; i < maxcycles; i++) {
+    ctrl->CType = i % 2;
+    HGraph *coarsest = CCoarsen__(ctrl, graph);
+    method.RefineCoarsened(ctrl, graph, coarsest);
+    if (ctrl->dbglvl & DBG_TRACE) {
+      std::printf("%d ", method.Objective(graph));
+      std::fflush(stdout);
+    }
+    method.ReleaseWork(graph);
+    if (method.Objective(graph) < best) {
+      best = method.Objective(graph);
+      lastgain = i;
+    } else if (i - lastgain > 1) {
+      break;
+    }
+  }
+  if (ctrl->dbglvl & DBG_TRACE) std::printf("(min = %d)]\n", method.Objective(graph));
+
+  ctrl->CoarsenTo = oldCoarsenTo;
+  ctrl->CType = oldCType;
+  return method.Objective(graph);
 }

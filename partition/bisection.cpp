@@ -93,35 +93,6 @@ float ComputeBalance__(const HGraph *graph, const int *where) {
   return static_cast<float>(static_cast<double>(lighter) / (w[0] + w[1]));
 }
 
-int VCycleRefinement__(PartCtrl *ctrl, HGraph *graph, int maxcycles) {
-  const int oldCoarsenTo = ctrl->CoarsenTo, oldCType = ctrl->CType;
-  ctrl->CoarsenTo = 1000;
-
-  int best = graph->mincut, lastgain = -1;
-  if (ctrl->dbglvl & DBG_TRACE) std::printf("          [");
-  for (int i = 0; i < maxcycles; i++) {
-    ctrl->CType = i % 2;
-    HGraph *coarsest = CCoarsen__(ctrl, graph);
-    Refine__(ctrl, graph, coarsest);
-    if (ctrl->dbglvl & DBG_TRACE) {
-      std::printf("%d ", graph->mincut);
-      Flush();
-    }
-    ReleaseLevelWork(graph);
-    if (graph->mincut < best) {
-      best = graph->mincut;
-      lastgain = i;
-    } else if (i - lastgain > 1) {
-      break;
-    }
-  }
-  if (ctrl->dbglvl & DBG_TRACE) std::printf("(min = %d)]\n", graph->mincut);
-
-  ctrl->CoarsenTo = oldCoarsenTo;
-  ctrl->CType = oldCType;
-  return graph->mincut;
-}
-
 namespace {
 
 // The steps of the best-of-runs loop that are particular to bisection: the cut as objective, FM
@@ -181,9 +152,17 @@ struct Bisection {
     FreeRootHGraph__(pgraph);
   }
   void StartFinalVCycles(HGraph *, HGraph *) const {}
+  void OpenVCycleTrace(const HGraph *) const { std::printf("          ["); }
+  void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest) const {
+    Refine__(ctrl, graph, coarsest);
+  }
 };
 
 }  // namespace
+
+int VCycleRefinement__(PartCtrl *ctrl, HGraph *graph, int maxcycles) {
+  return VCycleLoop__(ctrl, graph, maxcycles, Bisection());
+}
 
 int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
   const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);
