@@ -27,3 +27,31 @@ void SeparateIslands__(HGraph *graph);
 void CombineIslands__(HGraph *graph);
 void PartitionIslands__(HGraph *graph);
 void PartitionIslandsKway__(PartCtrl *ctrl, HGraph *graph);
+
+// The way back up a hierarchy: the partition of `coarsest` is projected onto each finer level
+// (which frees the coarser one), the level is refined and its islands placed, until `orggraph`
+// is reached; then the islands set aside before coarsening rejoin it. Level supplies
+//   void Project(PartCtrl *ctrl, HGraph *coarse): onto coarse->finer, freeing coarse;
+//   void Refine(PartCtrl *ctrl, HGraph *graph): one level's refinement;
+//   void PlaceIslands(PartCtrl *ctrl, HGraph *graph).
+// Nothing is done when `coarsest` has no finer level.
+template <typename Level>
+void Uncoarsen__(PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest, const Level &level) {
+  if (coarsest->finer == nullptr) return;
+  starttimer__(ctrl, ctrl->UncoarsenTmr);
+  HGraph *graph = coarsest->finer;
+  level.Project(ctrl, coarsest);
+  for (;;) {
+    starttimer__(ctrl, ctrl->RefTmr);
+    level.Refine(ctrl, graph);
+    level.PlaceIslands(ctrl, graph);
+    stoptimer__(ctrl, ctrl->RefTmr);
+    if (graph == orggraph) break;
+    if (graph->finer == nullptr)
+      errexit__("Uncoarsen: the hierarchy ends before the hypergraph it was built from");
+    graph = graph->finer;
+    level.Project(ctrl, graph->coarser);
+  }
+  CombineIslands__(orggraph);
+  stoptimer__(ctrl, ctrl->UncoarsenTmr);
+}

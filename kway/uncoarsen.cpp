@@ -1,6 +1,5 @@
 // K-way uncoarsening: the partition of a coarse level is carried back level by level and
 // refined at each one.
-#include <cstdio>
 
 #include "coarsen/coarsen.h"
 #include "kway/kway.h"
@@ -48,27 +47,12 @@ void ProjectKwayPartition__(PartCtrl *ctrl, HGraph *graph) {
 }
 
 void RefineKway__(PartCtrl *ctrl, HGraph *orggraph, HGraph *graph) {
-  // The coarsest level is never refined here; without a finer level there is nothing to do.
-  if (graph->finer == nullptr) return;
-
-  starttimer__(ctrl, ctrl->UncoarsenTmr);
-  HGraph *finer = graph->finer;
-  ProjectKwayPartition__(ctrl, graph);
-  graph = finer;
-  for (;;) {
-    starttimer__(ctrl, ctrl->RefTmr);
-    RefineLevel(ctrl, graph);
-    stoptimer__(ctrl, ctrl->RefTmr);
-    PartitionIslandsKway__(ctrl, graph);
-    if (graph == orggraph) break;
-    if (graph->finer == nullptr)
-      errexit__("RefineKway: the level chain ends before reaching the hypergraph to refine");
-    finer = graph->finer;
-    ProjectKwayPartition__(ctrl, graph);
-    graph = finer;
-  }
-  CombineIslands__(orggraph);
-  stoptimer__(ctrl, ctrl->UncoarsenTmr);
+  struct KwayLevel {
+    void Project(PartCtrl *c, HGraph *coarse) const { ProjectKwayPartition__(c, coarse); }
+    void Refine(PartCtrl *c, HGraph *level) const { RefineLevel(c, level); }
+    void PlaceIslands(PartCtrl *c, HGraph *level) const { PartitionIslandsKway__(c, level); }
+  };
+  Uncoarsen__(ctrl, orggraph, graph, KwayLevel());
 }
 
 void ReleaseKwayWork__(HGraph *graph) {

@@ -62,30 +62,17 @@ void ProjectPartition__(PartCtrl *ctrl, HGraph *coarse) {
 }
 
 void Refine__(PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest) {
-  starttimer__(ctrl, ctrl->UncoarsenTmr);
-  const int coarselevel = coarsest->level;
-  if (coarsest->finer == nullptr) {
-    stoptimer__(ctrl, ctrl->UncoarsenTmr);
-    return;
-  }
-
-  HGraph *graph = coarsest->finer;
-  ProjectPartition__(ctrl, coarsest);
-  for (;;) {
-    starttimer__(ctrl, ctrl->RefTmr);
-    if (graph->nvtxs <= 0)
-      ComputeInitGains__(graph);
-    else
-      RefineLevel(ctrl, graph, coarselevel);
-    PartitionIslands__(graph);
-    stoptimer__(ctrl, ctrl->RefTmr);
-
-    if (graph == orggraph) break;
-    if (graph->finer == nullptr)
-      errexit__("Refine: the hierarchy ends before the hypergraph it was built from");
-    graph = graph->finer;
-    ProjectPartition__(ctrl, graph->coarser);
-  }
-  CombineIslands__(orggraph);
-  stoptimer__(ctrl, ctrl->UncoarsenTmr);
+  // Levels between the coarsest and its two finer neighbours get different refiners (RType 3).
+  struct TwoWayLevel {
+    int coarselevel;
+    void Project(PartCtrl *c, HGraph *coarse) const { ProjectPartition__(c, coarse); }
+    void Refine(PartCtrl *c, HGraph *graph) const {
+      if (graph->nvtxs <= 0)
+        ComputeInitGains__(graph);
+      else
+        RefineLevel(c, graph, coarselevel);
+    }
+    void PlaceIslands(PartCtrl *, HGraph *graph) const { PartitionIslands__(graph); }
+  };
+  Uncoarsen__(ctrl, orggraph, coarsest, TwoWayLevel{coarsest->level});
 }
