@@ -44,38 +44,60 @@ void PrintSlowProgress(int nvtxs) {
   std::printf("\n");
 }
 
+// The grouping schemes, by CType. Codes 1 to 5 are the ones a caller may choose; 6 and 7 are the
+// hyperedge-only variants kept for the engine's own use. The hyperedge schemes fall back to plain
+// pairs once progress has been slow.
+using GroupStep = void (*)(PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool slow);
+
+struct SchemeEntry {
+  int ctype;
+  const char *name;
+  GroupStep group;
+};
+
+template <void (*Hedges)(PartCtrl *, HGraph *, int *, int *, KeyValue *)>
+void HedgesUntilSlow(PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool slow) {
+  if (slow)
+    Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+  else
+    Hedges(ctrl, graph, s.perm, s.htable, s.vpairs);
+}
+
+constexpr SchemeEntry kSchemes[] = {
+    // Connection strength for the first four levels built, degree from then on.
+    {1, "HFC",
+     [](PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool) {
+       Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, built < 4 ? 1 : 0);
+     }},
+    {2, "FC",
+     [](PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool) {
+       Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, 0);
+     }},
+    {3, "GFC",
+     [](PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool) {
+       Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, 1);
+     }},
+    {4, "HEDGE", HedgesUntilSlow<Match_Hedges_PHedges_Edges__>},
+    {5, "EDGE",
+     [](PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool) {
+       Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
+     }},
+    {6, "HEDGE-ONLY", HedgesUntilSlow<Match_Hedges__>},
+    {7, "HEDGE-EDGE", HedgesUntilSlow<Match_Hedges_Edges__>},
+};
+constexpr int kPublicSchemes = 5;  // codes 1 .. 5
+
+const SchemeEntry *FindScheme(int ctype) {
+  for (const SchemeEntry &entry : kSchemes)
+    if (entry.ctype == ctype) return &entry;
+  return nullptr;
+}
+
 // Runs the scheme that CType selects for the current level.
 void GroupLevel(PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool slow) {
-  switch (ctrl->CType) {
-    case 1:
-      // Connection strength for the first four levels built, degree from then on.
-      Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, built < 4 ? 1 : 0);
-      break;
-    case 2:
-      Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, 0);
-      break;
-    case 3:
-      Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, 1);
-      break;
-    case 4:
-    case 6:
-    case 7:
-      // The hyperedge schemes fall back to plain pairs once progress has been slow.
-      if (slow)
-        Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
-      else if (ctrl->CType == 4)
-        Match_Hedges_PHedges_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
-      else if (ctrl->CType == 6)
-        Match_Hedges__(ctrl, graph, s.perm, s.htable, s.vpairs);
-      else
-        Match_Hedges_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
-      break;
-    case 5:
-      Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
-      break;
-    default:
-      errexit__("Unknown matching type! %d\n", ctrl->CType);
-  }
+  const SchemeEntry *scheme = FindScheme(ctrl->CType);
+  if (scheme == nullptr) errexit__("Unknown matching type! %d\n", ctrl->CType);
+  scheme->group(ctrl, graph, s, built, slow);
 }
 
 // Builds one coarser level from current and gives it its number; returns it.
@@ -186,4 +208,13 @@ HGraph *CCoarsen__(PartCtrl *ctrl, HGraph *graph) {
   FreeScratch(s);
   stoptimer__(ctrl, ctrl->CoarsenTmr);
   return current;
+}
+
+bool IsCoarseningScheme__(int ctype) {
+  return ctype >= 1 && ctype <= kPublicSchemes;
+}
+
+const char *CoarseningSchemeName__(int ctype) {
+  const SchemeEntry *scheme = IsCoarseningScheme__(ctype) ? FindScheme(ctype) : nullptr;
+  return scheme != nullptr ? scheme->name : "??";
 }

@@ -8,6 +8,10 @@
 // it is already small enough). Levels stay linked through coarser/finer.
 HGraph *Coarsen__(PartCtrl *ctrl, HGraph *graph);
 
+// The grouping schemes a caller may choose by CType, and their names ("??" for any other code).
+bool IsCoarseningScheme__(int ctype);
+const char *CoarseningSchemeName__(int ctype);
+
 // Coarsens while grouping only vertices of the same part; each level carries the partition in
 // where. CType 0 selects stars, 1 pairs.
 HGraph *CCoarsen__(PartCtrl *ctrl, HGraph *graph);

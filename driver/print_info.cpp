@@ -1,7 +1,11 @@
 // The header printed before partitioning: the hypergraph's size and the options in effect.
 #include <cstdio>
 
+#include "coarsen/coarsen.h"
 #include "driver/driver.h"
+#include "kway/kway.h"
+#include "partition/partition.h"
+#include "refine2/refine2.h"
 
 namespace {
 
@@ -15,24 +19,19 @@ const char *NameOf(int value, int first, const char *const (&names)[N]) {
 }
 
 void PrintOptions(const int *options, int mode) {
-  static const char *const kCoarsen[] = {"HFC", "FC", "GFC", "HEDGE", "EDGE"};
-  static const char *const kRefine[] = {"FM", "1WayFM", "EEFM"};
   static const char *const kReconst[] = {"Reconst-False", "Reconst-True"};
-  static const char *const kObjective[] = {"Cut-minimization", "SOED-minimization"};
-  static const char *const kVcycle[] = {"No V-cycles", "V-cycles @ End", "V-cycle for Min",
-                                        "Always V-cycle"};
   static const char *const kFixed[] = {"No Fixed Vertices", "With Fixed Vertices"};
 
   const char *names[5];
   int n = 0;
-  names[n++] = NameOf(options[2], 1, kCoarsen);
+  names[n++] = CoarseningSchemeName__(options[2]);
   if (mode == 1) {
-    names[n++] = NameOf(options[3], 1, kRefine);
+    names[n++] = TwoWayRefinerName__(options[3]);
     names[n++] = NameOf(options[5], 0, kReconst);
   } else {
-    names[n++] = NameOf(options[3], 1, kObjective);
+    names[n++] = KwayObjectiveName__(options[3]);
   }
-  names[n++] = NameOf(options[4], 0, kVcycle);
+  names[n++] = VCycleModeName__(options[4]);
   if (mode == 1) names[n++] = NameOf(options[6], 0, kFixed);
 
   std::printf(" Options: ");

@@ -147,17 +147,8 @@ void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph) {
                        graph->netind, graph->netwgt, ctrl->Nparts, 1, options, graph->where,
                        &edgecut);
 
-  switch (ctrl->RType) {
-    case 1:
-      RefineCutKway_Random__(ctrl, graph, kRefinePasses);
-      break;
-    case 2:
-      RefineSOEDKway_Random__(ctrl, graph, kRefinePasses);
-      break;
-    default:
-      // No refiner for this objective: kwayobj stays as the record held it.
-      break;
-  }
+  // Without a refiner for the objective, kwayobj stays as the record held it.
+  RefineForKwayObjective__(ctrl, graph, kRefinePasses);
 
   // A single initial trial, kept in the shape of a best-of loop.
   const int bestobj = graph->kwayobj;

@@ -16,6 +16,10 @@ int ComputeKwayGainsSet__(HGraph *graph, int n, const int *list);
 int KwayUpdateGainInfo__(HGraph *graph, int v, int from, int to, int *marker, int *list);
 
 void RefineCutKway_Random__(PartCtrl *ctrl, HGraph *graph, int npasses);
+// The greedy refiner of the objective RType names (none for RType 10); false, and nothing done,
+// for a code without one. The name of a code a caller may choose ("??" for any other).
+bool RefineForKwayObjective__(PartCtrl *ctrl, HGraph *graph, int npasses);
+const char *KwayObjectiveName__(int rtype);
 void RefineSOEDKway_Random__(PartCtrl *ctrl, HGraph *graph, int npasses);
 
 void ProjectKwayPartition__(PartCtrl *ctrl, HGraph *graph);

@@ -6,24 +6,36 @@
 
 namespace {
 
+// The k-way objectives, by RType: each with its greedy refiner. Codes 1 and 2 are the ones a
+// caller may choose; 10 (no refinement) serves the engine's own callers.
+struct ObjectiveEntry {
+  int rtype;
+  const char *name;
+  void (*refine)(PartCtrl *ctrl, HGraph *graph, int npasses);
+};
+
+constexpr ObjectiveEntry kObjectives[] = {
+    {1, "Cut-minimization", RefineCutKway_Random__},
+    {2, "SOED-minimization", RefineSOEDKway_Random__},
+    {10, "none", [](PartCtrl *, HGraph *, int) {}},
+};
+constexpr int kPublicObjectives = 2;  // codes 1 .. 2
+
+const ObjectiveEntry *FindObjective(int rtype) {
+  for (const ObjectiveEntry &entry : kObjectives)
+    if (entry.rtype == rtype) return &entry;
+  return nullptr;
+}
+
 // Refines the current level as RType asks; a level without vertices only gets its records.
 void RefineLevel(PartCtrl *ctrl, HGraph *graph) {
   if (graph->nvtxs < 1) {
     ComputeInitKwayGains__(ctrl, graph);
     return;
   }
-  switch (ctrl->RType) {
-    case 1:
-      RefineCutKway_Random__(ctrl, graph, 10);
-      break;
-    case 2:
-      RefineSOEDKway_Random__(ctrl, graph, 10);
-      break;
-    case 10:
-      break;
-    default:
-      errexit__("Unknown refinement type: %d\n", ctrl->RType);
-  }
+  const ObjectiveEntry *objective = FindObjective(ctrl->RType);
+  if (objective == nullptr) errexit__("Unknown refinement type: %d\n", ctrl->RType);
+  objective->refine(ctrl, graph, 10);
 }
 
 }  // namespace
@@ -58,4 +70,17 @@ void RefineKway__(PartCtrl *ctrl, HGraph *orggraph, HGraph *graph) {
 void ReleaseKwayWork__(HGraph *graph) {
   RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->nrinfo,
            &graph->crinfo, &graph->nrdata, &graph->kpwgts, &graph->kslot, &graph->islandmap);
+}
+
+bool RefineForKwayObjective__(PartCtrl *ctrl, HGraph *graph, int npasses) {
+  const ObjectiveEntry *objective = FindObjective(ctrl->RType);
+  if (objective == nullptr) return false;
+  objective->refine(ctrl, graph, npasses);
+  return true;
+}
+
+const char *KwayObjectiveName__(int rtype) {
+  const ObjectiveEntry *objective =
+      rtype >= 1 && rtype <= kPublicObjectives ? FindObjective(rtype) : nullptr;
+  return objective != nullptr ? objective->name : "??";
 }

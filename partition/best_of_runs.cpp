@@ -3,15 +3,45 @@
 #include "core/core.h"
 #include "partition/partition.h"
 
+namespace {
+
+// The V-cycle modes, by Vcycle: whether a run that reached `obj` earns V-cycles, judged against
+// the best objective before it (mode 1 refines only the best few runs, after the last).
+struct VCycleMode {
+  int vcycle;
+  const char *name;
+  bool (*wants)(int obj, int best, bool improved);
+};
+
+constexpr VCycleMode kModes[] = {
+    {0, "No V-cycles", [](int, int, bool) { return false; }},
+    {1, "V-cycles @ End", [](int, int, bool) { return false; }},
+    {2, "V-cycle for Min",
+     [](int obj, int best, bool improved) { return obj <= best || improved; }},
+    {3, "Always V-cycle",
+     [](int obj, int best, bool) { return best * 1.2 > obj || obj - best < 20; }},
+};
+
+const VCycleMode *FindMode(int vcycle) {
+  for (const VCycleMode &mode : kModes)
+    if (mode.vcycle == vcycle) return &mode;
+  return nullptr;
+}
+
+}  // namespace
+
 bool WantsVCycles__(const PartCtrl *ctrl, int obj, int best, bool improved) {
-  switch (ctrl->Vcycle) {
-    case 3:
-      return best * 1.2 > obj || obj - best < 20;
-    case 2:
-      return obj <= best || improved;
-    default:
-      return false;
-  }
+  const VCycleMode *mode = FindMode(ctrl->Vcycle);
+  return mode != nullptr && mode->wants(obj, best, improved);
+}
+
+bool IsVCycleMode__(int vcycle) {
+  return FindMode(vcycle) != nullptr;
+}
+
+const char *VCycleModeName__(int vcycle) {
+  const VCycleMode *mode = FindMode(vcycle);
+  return mode != nullptr ? mode->name : "??";
 }
 
 void InitKeepSlots__(KeepSlots *keep, int count, int nvtxs, int impossible) {

@@ -1,5 +1,6 @@
 // Public entry points: build the control record from the arguments and the options vector,
 // copy the caller's hypergraph, partition or refine it, and hand the result back.
+#include "coarsen/coarsen.h"
 #include "core/core.h"
 #include "kway/kway.h"
 #include "partition/hypra.h"
@@ -87,9 +88,10 @@ void ValidateControl(const PartCtrl *ctrl, int nparts, int ubfactor) {
   if (nparts < 2) errexit__("Nparts should be at least 2.\n");
   if (ubfactor < 1 || ubfactor > 49) errexit__("UBfactor should be between 1 and 49.\n");
   if (ctrl->Nruns < 1) errexit__("Nruns should be at least 1.\n");
-  if (OutOfRange(ctrl->CType, 1, 5)) errexit__("Ctype should be between 1 and 5.\n");
-  if (OutOfRange(ctrl->RType, 1, 3)) errexit__("Rtype should be between 1 and 3.\n");
-  if (OutOfRange(ctrl->Vcycle, 0, 3)) errexit__("Vcycle should be between 0 and 3.\n");
+  if (!IsCoarseningScheme__(ctrl->CType)) errexit__("Ctype should be between 1 and 5.\n");
+  // The direct path reads RType as its objective and accepts the same codes.
+  if (!IsTwoWayRefiner__(ctrl->RType)) errexit__("Rtype should be between 1 and 3.\n");
+  if (!IsVCycleMode__(ctrl->Vcycle)) errexit__("Vcycle should be between 0 and 3.\n");
   if (OutOfRange(ctrl->Reconst, 0, 1)) errexit__("Reconst should be between 0 and 1.\n");
   if (OutOfRange(ctrl->Fixed, 0, 1)) errexit__("Fixed should be between 0 and 1.\n");
 }

@@ -29,6 +29,9 @@ void ProjectFixedCells__(PartCtrl *ctrl, HGraph *graph, int *part, const int *cp
 // Best-of-runs bookkeeping shared with direct k-way partitioning. Whether a run that reached
 // `obj` deserves V-cycles (Vcycle 2 or 3), judged against the best objective before it.
 bool WantsVCycles__(const PartCtrl *ctrl, int obj, int best, bool improved);
+// The V-cycle modes a caller may choose by Vcycle, and their names ("??" for any other code).
+bool IsVCycleMode__(int vcycle);
+const char *VCycleModeName__(int vcycle);
 
 // Slots that keep the best few runs for the final V-cycles: a run replaces the slot holding the
 // largest objective when its own is smaller.

@@ -13,37 +13,54 @@ void FullFM(PartCtrl *ctrl, HGraph *graph) {
     Refine_FM__(ctrl, graph, 10);
 }
 
-// Refines one level by the scheme RType selects; coarselevel is the level of the coarsest graph.
+// The two-way refiners, by RType. Codes 1 to 3 are the ones a caller may choose; 5 (always the
+// heavy-vertex FM) and 10 (no refinement) serve the engine's own callers.
+using LevelRefiner = void (*)(PartCtrl *ctrl, HGraph *graph, int coarselevel);
+
+struct RefinerEntry {
+  int rtype;
+  const char *name;
+  LevelRefiner refine;
+};
+
+constexpr RefinerEntry kRefiners[] = {
+    {1, "FM", [](PartCtrl *ctrl, HGraph *graph, int) { FullFM(ctrl, graph); }},
+    {2, "1WayFM",
+     [](PartCtrl *ctrl, HGraph *graph, int) {
+       Refine_OneWayFM__(ctrl, graph, 10);
+       FullFM(ctrl, graph);
+     }},
+    // The cheap early-exit refiners serve the fine levels, where most of the work lies; the two
+    // levels next to the coarsest still get full FM.
+    {3, "EEFM",
+     [](PartCtrl *ctrl, HGraph *graph, int coarselevel) {
+       if (graph->level < coarselevel - 2) {
+         if (ctrl->HeavyCells)
+           Refine_EEFM2__(ctrl, graph, 3, 0.1f);
+         else
+           Refine_EEFM__(ctrl, graph, 3, 0.1f);
+       } else {
+         FullFM(ctrl, graph);
+       }
+     }},
+    {5, "FM2", [](PartCtrl *ctrl, HGraph *graph, int) { Refine_FM2__(ctrl, graph, 10); }},
+    {10, "none", [](PartCtrl *, HGraph *, int) {}},
+};
+constexpr int kPublicRefiners = 3;  // codes 1 .. 3
+
+const RefinerEntry *FindRefiner(int rtype) {
+  for (const RefinerEntry &entry : kRefiners)
+    if (entry.rtype == rtype) return &entry;
+  return nullptr;
+}
+
+// Balances, then refines one level by the refiner RType selects; coarselevel is the level of
+// the coarsest graph.
 void RefineLevel(PartCtrl *ctrl, HGraph *graph, int coarselevel) {
   Balance__(ctrl, graph);
-  switch (static_cast<unsigned>(ctrl->RType)) {
-    case 1:
-      FullFM(ctrl, graph);
-      break;
-    case 2:
-      Refine_OneWayFM__(ctrl, graph, 10);
-      FullFM(ctrl, graph);
-      break;
-    case 3:
-      // The cheap early-exit refiners serve the fine levels, where most of the work lies; the
-      // two levels next to the coarsest still get full FM.
-      if (graph->level < coarselevel - 2) {
-        if (ctrl->HeavyCells)
-          Refine_EEFM2__(ctrl, graph, 3, 0.1f);
-        else
-          Refine_EEFM__(ctrl, graph, 3, 0.1f);
-      } else {
-        FullFM(ctrl, graph);
-      }
-      break;
-    case 5:
-      Refine_FM2__(ctrl, graph, 10);
-      break;
-    case 10:
-      break;
-    default:
-      errexit__("Unknown refinement type: %d\n", ctrl->RType);
-  }
+  const RefinerEntry *refiner = FindRefiner(ctrl->RType);
+  if (refiner == nullptr) errexit__("Unknown refinement type: %d\n", ctrl->RType);
+  refiner->refine(ctrl, graph, coarselevel);
 }
 
 }  // namespace
@@ -75,4 +92,13 @@ void Refine__(PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest) {
     void PlaceIslands(PartCtrl *, HGraph *graph) const { PartitionIslands__(graph); }
   };
   Uncoarsen__(ctrl, orggraph, coarsest, TwoWayLevel{coarsest->level});
+}
+
+bool IsTwoWayRefiner__(int rtype) {
+  return rtype >= 1 && rtype <= kPublicRefiners;
+}
+
+const char *TwoWayRefinerName__(int rtype) {
+  const RefinerEntry *refiner = IsTwoWayRefiner__(rtype) ? FindRefiner(rtype) : nullptr;
+  return refiner != nullptr ? refiner->name : "??";
 }

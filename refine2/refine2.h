@@ -9,6 +9,10 @@ void ComputeInitGains__(HGraph *graph);
 int ComputeCut__(const HGraph *graph);
 void ProjectPartition__(PartCtrl *ctrl, HGraph *coarse);
 
+// The two-way refiners a caller may choose by RType, and their names ("??" for any other code).
+bool IsTwoWayRefiner__(int rtype);
+const char *TwoWayRefinerName__(int rtype);
+
 // Projects and refines from coarsest up to orggraph, leaving where and mincut on orggraph.
 void Refine__(PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest);
 
