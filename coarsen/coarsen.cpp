@@ -29,19 +29,19 @@ void FreeScratch(Scratch &s) {
   RVfree__(&s.htable, &s.perm, &s.vpairs);
 }
 
-void PrintLevel(const HGraph *graph) {
+void PrintLevel(const PartCtrl *ctrl, const HGraph *graph) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
   const int netsum = iasum__(nhedges, graph->netwgt);
   const double dv = nvtxs, dh = nhedges;
-  std::printf("[%6d %6d %6.2f %6.2f %6.2f %6.2f, %6d %6d %6d %6.2f]\n", nvtxs, nhedges,
-              graph->incptr[nvtxs] / dv, graph->netptr[nhedges] / dh, dh / dv,
-              NumOfLargeNets__(nhedges, graph->netptr) / dv, netsum, graph->lostwgt,
-              netsum + graph->lostwgt, netsum / dv);
+  Printf__(ctrl, "[%6d %6d %6.2f %6.2f %6.2f %6.2f, %6d %6d %6d %6.2f]\n", nvtxs, nhedges,
+           graph->incptr[nvtxs] / dv, graph->netptr[nhedges] / dh, dh / dv,
+           NumOfLargeNets__(nhedges, graph->netptr) / dv, netsum, graph->lostwgt,
+           netsum + graph->lostwgt, netsum / dv);
 }
 
-void PrintSlowProgress(int nvtxs) {
-  std::printf("\nSlow progress in coarsening. Aborted at %d nodes\n", nvtxs);
-  std::printf("\n");
+void PrintSlowProgress(const PartCtrl *ctrl, int nvtxs) {
+  Printf__(ctrl, "\nSlow progress in coarsening. Aborted at %d nodes\n", nvtxs);
+  Printf__(ctrl, "\n");
 }
 
 // The grouping schemes, by CType. Codes 1 to 5 are the ones a caller may choose; 6 and 7 are the
@@ -107,7 +107,7 @@ HGraph *NextLevel(PartCtrl *ctrl, HGraph *current, int built, Step step) {
   step(current);
   HGraph *coarser = current->coarser;
   coarser->level = built;
-  if (ctrl->dbglvl & DBG_COARSEN) PrintLevel(coarser);
+  if (ctrl->dbglvl & DBG_COARSEN) PrintLevel(ctrl, coarser);
   return coarser;
 }
 
@@ -132,8 +132,8 @@ HGraph *Coarsen__(PartCtrl *ctrl, HGraph *graph) {
   Scratch s = AllocateScratch(graph);
   graph->level = 0;
   if (ctrl->dbglvl & DBG_COARSEN) {
-    std::printf("%s", kLongRule);
-    PrintLevel(graph);
+    Printf__(ctrl, "%s", kLongRule);
+    PrintLevel(ctrl, graph);
   }
 
   HGraph *current = graph;
@@ -149,17 +149,17 @@ HGraph *Coarsen__(PartCtrl *ctrl, HGraph *graph) {
     built++;
     if (CoarseningProgress__(current->nvtxs, current->finer->nvtxs, ratio)) continue;
     if (slow || ctrl->CType == 5) {
-      if (ctrl->dbglvl & DBG_COARSEN) PrintSlowProgress(current->nvtxs);
+      if (ctrl->dbglvl & DBG_COARSEN) PrintSlowProgress(ctrl, current->nvtxs);
       FreeScratch(s);
       stoptimer__(ctrl, ctrl->CoarsenTmr);
       return current;
     }
-    if (ctrl->dbglvl & DBG_COARSEN) std::printf("%s", kShortRule);
+    if (ctrl->dbglvl & DBG_COARSEN) Printf__(ctrl, "%s", kShortRule);
     ratio = static_cast<float>(ratio * 1.075);
     slow = true;
   }
 
-  if (ctrl->dbglvl & DBG_COARSEN) std::printf("\n");
+  if (ctrl->dbglvl & DBG_COARSEN) Printf__(ctrl, "\n");
   FreeScratch(s);
   stoptimer__(ctrl, ctrl->CoarsenTmr);
   return current;
@@ -170,8 +170,8 @@ HGraph *CCoarsen__(PartCtrl *ctrl, HGraph *graph) {
   Scratch s = AllocateScratch(graph);
   graph->level = 0;
   if (ctrl->dbglvl & DBG_COARSEN) {
-    std::printf("%s", kLongRule);
-    PrintLevel(graph);
+    Printf__(ctrl, "%s", kLongRule);
+    PrintLevel(ctrl, graph);
   }
 
   HGraph *current = graph;
@@ -197,14 +197,14 @@ HGraph *CCoarsen__(PartCtrl *ctrl, HGraph *graph) {
     });
     built++;
     if (!CoarseningProgress__(current->nvtxs, current->finer->nvtxs, 0.8f)) {
-      if (ctrl->dbglvl & DBG_COARSEN) PrintSlowProgress(current->nvtxs);
+      if (ctrl->dbglvl & DBG_COARSEN) PrintSlowProgress(ctrl, current->nvtxs);
       FreeScratch(s);
       stoptimer__(ctrl, ctrl->CoarsenTmr);
       return current;
     }
   }
 
-  if (ctrl->dbglvl & DBG_COARSEN) std::printf("\n");
+  if (ctrl->dbglvl & DBG_COARSEN) Printf__(ctrl, "\n");
   FreeScratch(s);
   stoptimer__(ctrl, ctrl->CoarsenTmr);
   return current;

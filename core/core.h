@@ -123,11 +123,21 @@ struct CandidateList {
   int capacity;
 };
 
-// What a run changes besides the hypergraphs: its generator and its scratch lists. One record per
-// run, handed down through the control record, so that runs in one process never share state.
+// Text a run prints while it runs beside others, kept until it can appear in the order a run on
+// its own would print it.
+struct OutputBuffer {
+  char *data;
+  long long size;
+  long long capacity;
+};
+
+// What a run changes besides the hypergraphs: its generator, its scratch lists and where its
+// lines go. One record per run, handed down through the control record, so that runs in one
+// process never share state.
 struct RunState {
   RandomState rng;
   CandidateList lists[2];  // [0] free grouping, [1] grouping restricted to one part
+  OutputBuffer *out;       // null: straight to standard output
 };
 
 // The control record handed as first argument to every internal routine.
@@ -240,7 +250,17 @@ inline int NextRandom__(RandomState *rng) {
   return static_cast<int>(sum >> 1);
 }
 
-// A run's state: the generator seeded from `seed` as InitRandom__ does, empty candidate lists.
+// A run's lines: into its output buffer when it has one, else to standard output (flushed by
+// Flush__, so that a trace shows progress).
+void Printf__(const PartCtrl *ctrl, const char *format, ...) __attribute__((format(printf, 2, 3)));
+void Flush__(const PartCtrl *ctrl);
+// Appends text to a buffer; hands a buffer's text on to the run's own output and empties it.
+void AppendOutput__(OutputBuffer *out, const char *text, long long length);
+void EmitOutput__(const PartCtrl *ctrl, OutputBuffer *out);
+void FreeOutput__(OutputBuffer *out);
+
+// A run's state: the generator seeded from `seed` as InitRandom__ does, empty candidate lists,
+// output to standard output.
 void InitRunState__(RunState *run, int64_t seed);
 void FreeRunState__(RunState *run);
 // Makes room for at least one more candidate.

@@ -62,6 +62,7 @@ void InitRandom__(RandomState *rng, int64_t seed) {
 void InitRunState__(RunState *run, int64_t seed) {
   InitRandom__(&run->rng, seed);
   for (CandidateList &list : run->lists) list = CandidateList{nullptr, nullptr, 0, 0};
+  run->out = nullptr;
 }
 
 void FreeRunState__(RunState *run) {

@@ -19,10 +19,6 @@ bool CutObjective(const PartCtrl *ctrl) {
   return ctrl->RType == 1;
 }
 
-void Flush() {
-  std::fflush(stdout);
-}
-
 // The greedy refiner of the chosen objective.
 void RefineForObjective(PartCtrl *ctrl, HGraph *graph) {
   if (CutObjective(ctrl))
@@ -62,8 +58,8 @@ void AdoptPrunedPartition(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) {
   HandOverKwayPool__(pgraph, graph);
   if (pgraph->nhedges < graph->nhedges) {
     if (trace) {
-      std::printf("[%d, ", ActualObjective(ctrl, graph, pgraph->where));
-      Flush();
+      Printf__(ctrl, "[%d, ", ActualObjective(ctrl, graph, pgraph->where));
+      Flush__(ctrl);
     }
     AllocateKwayRefinementMemory__(ctrl, graph);
     RVfree__(&graph->where);
@@ -71,8 +67,8 @@ void AdoptPrunedPartition(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) {
     pgraph->where = nullptr;
     RefineForObjective(ctrl, graph);
     if (trace) {
-      std::printf("%d]", graph->kwayobj);
-      Flush();
+      Printf__(ctrl, "%d]", graph->kwayobj);
+      Flush__(ctrl);
     }
   } else {
     graph->where = pgraph->where;
@@ -157,8 +153,8 @@ void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph) {
   graph->kwayobj = bestobj;
 
   if (ctrl->dbglvl & DBG_INITPART)
-    std::printf("%d-way initial %s: %d\n", ctrl->Nparts, CutObjective(ctrl) ? "cut" : "soed",
-                graph->kwayobj);
+    Printf__(ctrl, "%d-way initial %s: %d\n", ctrl->Nparts, CutObjective(ctrl) ? "cut" : "soed",
+             graph->kwayobj);
   RVfree__(&bestwhere);
   stoptimer__(ctrl, ctrl->InitPartTmr);
 }
@@ -177,8 +173,8 @@ struct DirectKway {
     InitPartitionKway__(ctrl, coarsest);
     RefineKway__(ctrl, pgraph, coarsest);
   }
-  void TraceRun(int run, const HGraph *pgraph) const {
-    std::printf("    Cut/SOED of trial %4d:\t %6d %6d", run, pgraph->mincut, pgraph->soed);
+  void TraceRun(const PartCtrl *ctrl, int run, const HGraph *pgraph) const {
+    Printf__(ctrl, "    Cut/SOED of trial %4d:\t %6d %6d", run, pgraph->mincut, pgraph->soed);
   }
   void Adopt(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) const {
     AdoptPrunedPartition(ctrl, graph, pgraph);
@@ -194,8 +190,8 @@ struct DirectKway {
   }
   void ReleaseWork(HGraph *graph) const { ReleaseKwayWork__(graph); }
   void PrintRun(PartCtrl *ctrl, int run, HGraph *graph, int) const {
-    std::printf("    Cut/SOED of trial %4d:\t %6d %6d [%4.2f]\n", run, graph->mincut, graph->soed,
-                ComputeBalanceKway__(ctrl, graph, graph->where));
+    Printf__(ctrl, "    Cut/SOED of trial %4d:\t %6d %6d [%4.2f]\n", run, graph->mincut,
+             graph->soed, ComputeBalanceKway__(ctrl, graph, graph->where));
   }
   void FreeRun(HGraph *graph, HGraph *pgraph) const {
     HandOverKwayPool__(graph, pgraph);
@@ -203,7 +199,9 @@ struct DirectKway {
     FreeRootKeepingPool(pgraph);
   }
   void StartFinalVCycles(HGraph *graph, HGraph *pgraph) const { HandOverKwayPool__(pgraph, graph); }
-  void OpenVCycleTrace(const HGraph *graph) const { std::printf("          [%d ", graph->kwayobj); }
+  void OpenVCycleTrace(const PartCtrl *ctrl, const HGraph *graph) const {
+    Printf__(ctrl, "          [%d ", graph->kwayobj);
+  }
   void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest) const {
     HandOverKwayPool__(graph, coarsest);
     RefineKway__(ctrl, graph, coarsest);
@@ -219,16 +217,16 @@ int VCycleRefinementKway__(PartCtrl *ctrl, HGraph *graph, int nvcycles) {
 int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
   const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);
   if (summary)
-    std::printf("\n  Partitioning a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
-                graph->nvtxs, graph->nhedges, ctrl->UBfactor);
+    Printf__(ctrl, "\n  Partitioning a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
+             graph->nvtxs, graph->nhedges, ctrl->UBfactor);
 
   const BestOfRunsResult result = BestOfRuns__(ctrl, graph, part, DirectKway());
   const int best = result.best;
 
   if (summary)
-    std::printf("    The %s for this partitioning = %d, (average = %3.1f) (balance = %4.2f)\n",
-                CutObjective(ctrl) ? "mincut" : "minsoed", best,
-                static_cast<double>(result.total) / ctrl->Nruns,
-                ComputeBalanceKway__(ctrl, graph, part));
+    Printf__(ctrl, "    The %s for this partitioning = %d, (average = %3.1f) (balance = %4.2f)\n",
+             CutObjective(ctrl) ? "mincut" : "minsoed", best,
+             static_cast<double>(result.total) / ctrl->Nruns,
+             ComputeBalanceKway__(ctrl, graph, part));
   return best;
 }

@@ -95,9 +95,10 @@ void RefineKwayRandom(PartCtrl *ctrl, HGraph *graph, int npasses) {
     RandomPermute__(&ctrl->run->rng, perm, nvtxs, 0);
 
     if (pass == 0 && (ctrl->dbglvl & DBG_REFINE))
-      printf("Partitions: [%5d,%5d], Balance: [%3.2f, %5d,%5d], Init Cut: %5d, Init SOED: %5d\n",
-             kpwgts[iamin__(nparts, kpwgts)], kpwgts[iamax__(nparts, kpwgts)], ctrl->UBfactor,
-             minpwgt, maxpwgt, graph->mincut, graph->soed);
+      Printf__(ctrl,
+               "Partitions: [%5d,%5d], Balance: [%3.2f, %5d,%5d], Init Cut: %5d, Init SOED: %5d\n",
+               kpwgts[iamin__(nparts, kpwgts)], kpwgts[iamax__(nparts, kpwgts)], ctrl->UBfactor,
+               minpwgt, maxpwgt, graph->mincut, graph->soed);
 
     const int oldcut = graph->mincut, oldsoed = graph->soed;
     iset__(nvtxs, -1, marker);
@@ -126,17 +127,18 @@ void RefineKwayRandom(PartCtrl *ctrl, HGraph *graph, int npasses) {
       kpwgts[from] -= w;
       where[v] = to;
       if (ctrl->dbglvl & DBG_MOVES)
-        printf("\tMoving %6d[%3d] (%3d -> %3d) [%4d %4d %4d %4d] %5d %5d\n", v,
-               incptr[v + 1] - incptr[v], from, to, iwgt, d.ewgt, d.conngain, d.pinbias,
-               graph->mincut, graph->soed);
+        Printf__(ctrl, "\tMoving %6d[%3d] (%3d -> %3d) [%4d %4d %4d %4d] %5d %5d\n", v,
+                 incptr[v + 1] - incptr[v], from, to, iwgt, d.ewgt, d.conngain, d.pinbias,
+                 graph->mincut, graph->soed);
       KwayUpdateGainInfo__(graph, v, from, to, marker, updind);
       nmoves++;
     }
     stoptimer__(ctrl, ctrl->IterTmr);
 
     if (ctrl->dbglvl & DBG_REFINE)
-      printf("\tCut: %8d, SOED: %8d, Nmoves: %3d, Pwgts: [%6d %6d]\n", graph->mincut, graph->soed,
-             nmoves, kpwgts[iamin__(nparts, kpwgts)], kpwgts[iamax__(nparts, kpwgts)]);
+      Printf__(ctrl, "\tCut: %8d, SOED: %8d, Nmoves: %3d, Pwgts: [%6d %6d]\n", graph->mincut,
+               graph->soed, nmoves, kpwgts[iamin__(nparts, kpwgts)],
+               kpwgts[iamax__(nparts, kpwgts)]);
 
     if (graph->mincut == oldcut && graph->soed == oldsoed) break;
   }

@@ -24,8 +24,9 @@ struct BestOfRunsResult {
 //   int KeptSlots(const PartCtrl *ctrl): partitions kept for the final V-cycles (Vcycle 1);
 //   void PartitionPruned(PartCtrl *ctrl, HGraph *pgraph): one run's coarsen, initial partition
 //     and refinement of the pruned hypergraph;
-//   void TraceRun(int run, const HGraph *pgraph): the first words of the run's trace line;
-//   void Adopt(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph): the pruned partition taken over
+//   void TraceRun(const PartCtrl *ctrl, int run, const HGraph *pgraph): the first words of the
+//   run's trace line; void Adopt(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph): the pruned
+//   partition taken over
 //     onto the full hypergraph (and refined there when hyperedges were pruned);
 //   float Balance(PartCtrl *ctrl, HGraph *graph, const int *where);
 //   int Objective(const HGraph *graph), void SetObjective(HGraph *graph, int obj);
@@ -35,8 +36,9 @@ struct BestOfRunsResult {
 //   void FreeRun(HGraph *graph, HGraph *pgraph): what a run leaves on the two root hypergraphs;
 //   void StartFinalVCycles(HGraph *graph, HGraph *pgraph): before the final V-cycles.
 // and for the V-cycles (VCycleLoop__):
-//   void OpenVCycleTrace(const HGraph *graph): the start of the V-cycle trace;
-//   void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest): the way back up from
+//   void OpenVCycleTrace(const PartCtrl *ctrl, const HGraph *graph): the start of the V-cycle
+//   trace; void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest): the way back up
+//   from
 //     a restricted coarsening.
 template <typename Method>
 BestOfRunsResult BestOfRuns__(PartCtrl *ctrl, HGraph *graph, int *part, const Method &method) {
@@ -62,16 +64,16 @@ BestOfRunsResult BestOfRuns__(PartCtrl *ctrl, HGraph *graph, int *part, const Me
     method.PartitionPruned(ctrl, pgraph);
     const int prunedobj = method.Objective(pgraph);
     if (trace) {
-      method.TraceRun(run, pgraph);
-      std::fflush(stdout);
+      method.TraceRun(ctrl, run, pgraph);
+      Flush__(ctrl);
     }
     const bool improved = prunedobj < bestpruned;
     if (improved) bestpruned = prunedobj;
 
     method.Adopt(ctrl, graph, pgraph);
     if (trace) {
-      std::printf(" [%4.2f]\n", method.Balance(ctrl, graph, graph->where));
-      std::fflush(stdout);
+      Printf__(ctrl, " [%4.2f]\n", method.Balance(ctrl, graph, graph->where));
+      Flush__(ctrl);
     }
 
     int obj = method.Objective(graph);
@@ -121,14 +123,14 @@ int VCycleLoop__(PartCtrl *ctrl, HGraph *graph, int maxcycles, const Method &met
   ctrl->CoarsenTo = 1000;
 
   int best = method.Objective(graph), lastgain = -1;
-  if (ctrl->dbglvl & DBG_TRACE) method.OpenVCycleTrace(graph);
+  if (ctrl->dbglvl & DBG_TRACE) method.OpenVCycleTrace(ctrl, graph);
   for (int i = 0; i < maxcycles; i++) {
     ctrl->CType = i % 2;
     HGraph *coarsest = CCoarsen__(ctrl, graph);
     method.RefineCoarsened(ctrl, graph, coarsest);
     if (ctrl->dbglvl & DBG_TRACE) {
-      std::printf("%d ", method.Objective(graph));
-      std::fflush(stdout);
+      Printf__(ctrl, "%d ", method.Objective(graph));
+      Flush__(ctrl);
     }
     method.ReleaseWork(graph);
     if (method.Objective(graph) < best) {
@@ -138,7 +140,7 @@ int VCycleLoop__(PartCtrl *ctrl, HGraph *graph, int maxcycles, const Method &met
       break;
     }
   }
-  if (ctrl->dbglvl & DBG_TRACE) std::printf("(min = %d)]\n", method.Objective(graph));
+  if (ctrl->dbglvl & DBG_TRACE) Printf__(ctrl, "(min = %d)]\n", method.Objective(graph));
 
   ctrl->CoarsenTo = oldCoarsenTo;
   ctrl->CType = oldCType;

@@ -25,10 +25,6 @@ void RefineFull(PartCtrl *ctrl, HGraph *graph) {
     Refine_FM__(ctrl, graph, kFullRefinePasses);
 }
 
-void Flush() {
-  std::fflush(stdout);
-}
-
 }  // namespace
 
 HGraph *PruneHGraph__(PartCtrl *ctrl, HGraph *graph) {
@@ -108,8 +104,8 @@ struct Bisection {
     InitPartition__(ctrl, coarsest);
     Refine__(ctrl, pgraph, coarsest);
   }
-  void TraceRun(int run, const HGraph *pgraph) const {
-    std::printf("    Cut of trial %4d:\t %6d ", run, pgraph->mincut);
+  void TraceRun(const PartCtrl *ctrl, int run, const HGraph *pgraph) const {
+    Printf__(ctrl, "    Cut of trial %4d:\t %6d ", run, pgraph->mincut);
   }
   void Adopt(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) const {
     const bool trace = ctrl->dbglvl & DBG_TRACE;
@@ -119,13 +115,13 @@ struct Bisection {
       graph->where = pgraph->where;
       pgraph->where = nullptr;
       if (trace) {
-        std::printf("[%d, ", ComputeActualCut__(graph, graph->where));
-        Flush();
+        Printf__(ctrl, "[%d, ", ComputeActualCut__(graph, graph->where));
+        Flush__(ctrl);
       }
       RefineFull(ctrl, graph);
       if (trace) {
-        std::printf("%d]", graph->mincut);
-        Flush();
+        Printf__(ctrl, "%d]", graph->mincut);
+        Flush__(ctrl);
       }
     } else {
       graph->mincut = pgraph->mincut;
@@ -143,16 +139,18 @@ struct Bisection {
     VCycleRefinement__(ctrl, graph, kVCycles);
   }
   void ReleaseWork(HGraph *graph) const { ReleaseLevelWork(graph); }
-  void PrintRun(PartCtrl *, int run, HGraph *graph, int obj) const {
-    std::printf("    Cut of trial %4d:\t %6d [%4.2f]\n", run, obj,
-                ComputeBalance__(graph, graph->where));
+  void PrintRun(PartCtrl *ctrl, int run, HGraph *graph, int obj) const {
+    Printf__(ctrl, "    Cut of trial %4d:\t %6d [%4.2f]\n", run, obj,
+             ComputeBalance__(graph, graph->where));
   }
   void FreeRun(HGraph *graph, HGraph *pgraph) const {
     FreeRootHGraph__(graph);
     FreeRootHGraph__(pgraph);
   }
   void StartFinalVCycles(HGraph *, HGraph *) const {}
-  void OpenVCycleTrace(const HGraph *) const { std::printf("          ["); }
+  void OpenVCycleTrace(const PartCtrl *ctrl, const HGraph *) const {
+    Printf__(ctrl, "          [");
+  }
   void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest) const {
     Refine__(ctrl, graph, coarsest);
   }
@@ -167,18 +165,18 @@ int VCycleRefinement__(PartCtrl *ctrl, HGraph *graph, int maxcycles) {
 int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
   const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);
   if (summary)
-    std::printf("\n  Bisecting a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
-                graph->nvtxs, graph->nhedges, ctrl->TargetFrac);
+    Printf__(ctrl, "\n  Bisecting a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
+             graph->nvtxs, graph->nhedges, ctrl->TargetFrac);
 
   const BestOfRunsResult result = BestOfRuns__(ctrl, graph, bisection, Bisection());
   const int bestcut = result.best;
 
   if (summary)
-    std::printf("    The mincut for this bisection = %d, (average = %3.1f) (balance = %4.2f)\n",
-                bestcut, static_cast<double>(result.total) / ctrl->Nruns,
-                ComputeBalance__(graph, bisection));
+    Printf__(ctrl, "    The mincut for this bisection = %d, (average = %3.1f) (balance = %4.2f)\n",
+             bestcut, static_cast<double>(result.total) / ctrl->Nruns,
+             ComputeBalance__(graph, bisection));
 
   const int actual = ComputeActualCut__(graph, bisection);
-  if (actual != bestcut) std::printf("Wrong cut! %d %d\n", bestcut, actual);
+  if (actual != bestcut) Printf__(ctrl, "Wrong cut! %d %d\n", bestcut, actual);
   return bestcut;
 }

@@ -209,7 +209,7 @@ int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
   ProjectFixedCells__(ctrl, graph, part, fpart);
   for (int i = 0; i < graph->nvtxs; i++)
     if (orgpart[i] != -1 && part[i] != orgpart[i])
-      std::printf("Fixing failed: %d %d %d\n", i, orgpart[i], part[i]);
+      Printf__(ctrl, "Fixing failed: %d %d %d\n", i, orgpart[i], part[i]);
 
   RVfree__(&fpart, &orgpart);
   FreeHGraph__(cgraph);

@@ -53,9 +53,9 @@ void Balance__(PartCtrl *ctrl, HGraph *graph) {
   stoptimer__(ctrl, ctrl->InitRefTmr);
 
   if (ctrl->dbglvl & DBG_REFINE)
-    std::printf("Partitions[B]: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d]\n",
-                queues[0].nitems, pwgts[0], queues[1].nitems, pwgts[1], cut, ComputeCut__(graph),
-                b.min0);
+    Printf__(ctrl, "Partitions[B]: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d]\n",
+             queues[0].nitems, pwgts[0], queues[1].nitems, pwgts[1], cut, ComputeCut__(graph),
+             b.min0);
 
   starttimer__(ctrl, ctrl->IterTmr);
   for (int nswaps = 0; nswaps < nvtxs; nswaps++) {

@@ -284,11 +284,11 @@ int FMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, bo
 
     if (ctrl->dbglvl & DBG_MOVES) {
       if constexpr (kConstrained)
-        std::printf("Gains from moving %8d from %2d: %4d, \tNewcut: %d [%6d %6d %6d]\n", v, from,
-                    gain[v], newcut, cellwgt[v], pwgts[0], pwgts[1]);
+        Printf__(ctrl, "Gains from moving %8d from %2d: %4d, \tNewcut: %d [%6d %6d %6d]\n", v, from,
+                 gain[v], newcut, cellwgt[v], pwgts[0], pwgts[1]);
       else
-        std::printf("Gains from moving %8d from %2d: %4d, \tNewcut: %d [%6d %6d]\n", v, from,
-                    gain[v], newcut, pwgts[0], pwgts[1]);
+        Printf__(ctrl, "Gains from moving %8d from %2d: %4d, \tNewcut: %d [%6d %6d]\n", v, from,
+                 gain[v], newcut, pwgts[0], pwgts[1]);
     }
 
     s->state[v] = kLocked;
@@ -334,11 +334,11 @@ void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
     FillQueues(ctrl, graph, &s);
     StartPlainPass(graph, &s);
     if ((ctrl->dbglvl & DBG_REFINE) && pass == 0)
-      std::printf(kConstrained
-                      ? "Partitions2: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d %d]\n"
-                      : "Partitions: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d %d]\n",
-                  s.queues[0].nitems, pwgts[0], s.queues[1].nitems, pwgts[1], initcut,
-                  ComputeCut__(graph), b.min0, b.min1);
+      Printf__(ctrl,
+               kConstrained ? "Partitions2: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d %d]\n"
+                            : "Partitions: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d %d]\n",
+               s.queues[0].nitems, pwgts[0], s.queues[1].nitems, pwgts[1], initcut,
+               ComputeCut__(graph), b.min0, b.min1);
     stoptimer__(ctrl, ctrl->InitRefTmr);
 
     starttimer__(ctrl, ctrl->IterTmr);
@@ -354,8 +354,8 @@ void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
       FlipVertex(graph, v, from, (from + 1) % 2);
     }
     if (ctrl->dbglvl & DBG_REFINE)
-      std::printf("\tMinimum Cut: %8d at %5d [%6d %6d]\n", bestcut, mincutorder, pwgts[0],
-                  pwgts[1]);
+      Printf__(ctrl, "\tMinimum Cut: %8d at %5d [%6d %6d]\n", bestcut, mincutorder, pwgts[0],
+               pwgts[1]);
     graph->mincut = bestcut;
     nkept = mincutorder + 1;
     stoptimer__(ctrl, ctrl->WrapUpTmr);
@@ -419,7 +419,8 @@ void EEFMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int limit, i
     }
 
     if (ctrl->dbglvl & DBG_MOVES)
-      std::printf("Gains from moving %8d from %2d: %4d, \tNewcut: %d\n", v, from, gain[v], newcut);
+      Printf__(ctrl, "Gains from moving %8d from %2d: %4d, \tNewcut: %d\n", v, from, gain[v],
+               newcut);
 
     gain[v] = -gain[v];
     refine2::UpdateMove(
@@ -451,9 +452,9 @@ void RefineEEFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) 
     const int initcut = graph->mincut;
     FillQueues(ctrl, graph, &s);
     if ((ctrl->dbglvl & DBG_REFINE) && pass == 0)
-      std::printf("Partitions: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d]\n",
-                  s.queues[0].nitems, pwgts[0], s.queues[1].nitems, pwgts[1], initcut,
-                  ComputeCut__(graph), b.min0);
+      Printf__(ctrl, "Partitions: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d]\n",
+               s.queues[0].nitems, pwgts[0], s.queues[1].nitems, pwgts[1], initcut,
+               ComputeCut__(graph), b.min0);
     stoptimer__(ctrl, ctrl->InitRefTmr);
 
     starttimer__(ctrl, ctrl->IterTmr);
@@ -472,8 +473,8 @@ void RefineEEFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) 
           graph, v, from, to, [](int) { return true; }, [](int, int) {});
     }
     if (ctrl->dbglvl & DBG_REFINE)
-      std::printf("\tMinimum Cut: %8d [%8d] at %5d [%6d %6d]\n", bestcut, ComputeCut__(graph),
-                  mincutorder, pwgts[0], pwgts[1]);
+      Printf__(ctrl, "\tMinimum Cut: %8d [%8d] at %5d [%6d %6d]\n", bestcut, ComputeCut__(graph),
+               mincutorder, pwgts[0], pwgts[1]);
     graph->mincut = bestcut;
     stoptimer__(ctrl, ctrl->WrapUpTmr);
     if (bestcut == initcut) break;

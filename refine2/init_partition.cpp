@@ -60,13 +60,13 @@ void Random_FMPartition__(PartCtrl *ctrl, HGraph *graph) {
       Refine_FM__(ctrl, graph, 10);
 
     if (ctrl->dbglvl & DBG_INITPART)
-      std::printf("%5d %5d %5d\n", graph->pwgts[0], graph->pwgts[1], graph->mincut);
+      Printf__(ctrl, "%5d %5d %5d\n", graph->pwgts[0], graph->pwgts[1], graph->mincut);
     if (trial == 0 || graph->mincut < bestcut) {
       bestcut = graph->mincut;
       icopy__(nvtxs, where, bestwhere);
     }
   }
-  if (ctrl->dbglvl & DBG_INITPART) std::printf("Bestcut Icut: %5d\n", bestcut);
+  if (ctrl->dbglvl & DBG_INITPART) Printf__(ctrl, "Bestcut Icut: %5d\n", bestcut);
 
   icopy__(nvtxs, bestwhere, where);
   graph->mincut = bestcut;

@@ -48,8 +48,8 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
     stoptimer__(ctrl, ctrl->InitRefTmr);
 
     if ((ctrl->dbglvl & DBG_REFINE) && pass == 0)
-      std::printf("1-way Partitions: [%6d %8d %8d] Initial Cut: %8d [%d] [%d %d]\n", queue.nitems,
-                  pwgts[from], pwgts[to], initcut, ComputeCut__(graph), b.min0, b.min1);
+      Printf__(ctrl, "1-way Partitions: [%6d %8d %8d] Initial Cut: %8d [%d] [%d %d]\n",
+               queue.nitems, pwgts[from], pwgts[to], initcut, ComputeCut__(graph), b.min0, b.min1);
 
     starttimer__(ctrl, ctrl->IterTmr);
     int nswaps;
@@ -80,8 +80,8 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
       }
 
       if (ctrl->dbglvl & DBG_MOVES)
-        std::printf("Gains from moving %8d from %2d: %4d, \tNewcut: %d\n", v, from, gain[v],
-                    newcut);
+        Printf__(ctrl, "Gains from moving %8d from %2d: %4d, \tNewcut: %d\n", v, from, gain[v],
+                 newcut);
 
       gain[v] = -gain[v];
       refine2::UpdateMove(
@@ -103,8 +103,8 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
           graph, v, to, from, [](int) { return true; }, [](int, int) {});
     }
     if (ctrl->dbglvl & DBG_REFINE)
-      std::printf("\tMinimum Cut: %8d [%8d] at %5d [%6d %6d] [%d]\n", bestcut, ComputeCut__(graph),
-                  mincutorder, pwgts[0], pwgts[1], from);
+      Printf__(ctrl, "\tMinimum Cut: %8d [%8d] at %5d [%6d %6d] [%d]\n", bestcut,
+               ComputeCut__(graph), mincutorder, pwgts[0], pwgts[1], from);
     graph->mincut = bestcut;
     stoptimer__(ctrl, ctrl->WrapUpTmr);
 
