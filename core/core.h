@@ -140,6 +140,9 @@ struct RunState {
   OutputBuffer *out;       // null: straight to standard output
 };
 
+// The worker pool of the parallel mode (parallel/parallel.h).
+struct Scheduler;
+
 // The control record handed as first argument to every internal routine.
 struct PartCtrl {
   int CoarsenTo;
@@ -161,6 +164,13 @@ struct PartCtrl {
 
   RunState *run;  // not owned
 
+  // Parallel mode (0: the specified serial behaviour). Each run of a bisection draws from a
+  // stream of its own, seeded from (Seed, Place, the run's index), so that the result does not
+  // depend on how many threads Sched has or how they interleave.
+  int Parallel;
+  int64_t Place;     // the bisection's place in the recursion
+  Scheduler *Sched;  // not owned; null runs everything on the calling thread
+
   double TotalTmr, CoarsenTmr, RefTmr, InitRefTmr, IterTmr, WrapUpTmr, MultilevelTmr, InitPartTmr,
       ProjectTmr, SpareTmr, UncoarsenTmr, AuxTmr1, AuxTmr2, AuxTmr3, AuxTmr4;
 };
@@ -174,6 +184,13 @@ void InitHGraph__(HGraph *graph);
 void FreeHGraph__(HGraph *graph);
 void FreeRootHGraph__(HGraph *graph);
 void CreateIncidentHGraph__(HGraph *graph);
+// A run of its own on a root hypergraph: a copy of everything a run may rewrite in place (the
+// pins, the incidence, the weights), and nothing of any earlier run. Released by FreeHGraph__.
+HGraph *CopyRunGraph__(const HGraph *graph);
+// A view of a root hypergraph for a run that only reads its structure: the arrays are shared,
+// the per-run fields start empty. Released by FreeRunView__, which frees only the run's fields.
+HGraph *CreateRunView__(const HGraph *graph);
+void FreeRunView__(HGraph *view);
 
 // ---------------------------------------------------------------------------------------------
 // Runtime support
@@ -233,6 +250,9 @@ void SetClockOverride__(long long value);
 void ClearClockOverride__();
 void SeedRandom__(RandomState *rng, unsigned int seed);
 void InitRandom__(RandomState *rng, int64_t seed);
+// Seeds one of many independent streams: the same (seed, place, index) always gives the same
+// sequence, and neighbouring places or indices give unrelated ones.
+void SeedStream__(RandomState *rng, int64_t seed, int64_t place, int64_t index);
 void RandomPermute__(RandomState *rng, int *p, int n, int flag);
 void RandomPermuteFine__(RandomState *rng, int *p, int n, int flag);
 

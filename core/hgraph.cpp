@@ -87,3 +87,59 @@ void CreateIncidentHGraph__(HGraph *graph) {
   graph->adjwgt = adjwgt;
   graph->edgewgt = edgewgt;
 }
+
+namespace {
+
+template <typename T>
+T *CopyOf(const T *src, long long n, const char *msg) {
+  if (src == nullptr) return nullptr;
+  auto *dst = static_cast<T *>(RVmalloc__(static_cast<long long>(sizeof(T)) * n, msg));
+  if (n > 0) std::memcpy(dst, src, sizeof(T) * static_cast<size_t>(n));
+  return dst;
+}
+
+}  // namespace
+
+HGraph *CopyRunGraph__(const HGraph *graph) {
+  HGraph *copy = CreateHGraph__();
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
+  const long long npins = graph->netptr[nhedges];
+  copy->nvtxs = nvtxs;
+  copy->nhedges = nhedges;
+  copy->nfixed = graph->nfixed;
+  copy->nislands = graph->nislands;
+  copy->lostwgt = graph->lostwgt;
+  copy->isroot = graph->isroot;
+  copy->level = graph->level;
+  copy->netptr = CopyOf(graph->netptr, nhedges + 1LL, "CopyRunGraph: netptr");
+  copy->netind = CopyOf(graph->netind, npins, "CopyRunGraph: netind");
+  copy->netwgt = CopyOf(graph->netwgt, nhedges, "CopyRunGraph: netwgt");
+  copy->cellwgt = CopyOf(graph->cellwgt, nvtxs, "CopyRunGraph: cellwgt");
+  copy->incptr = CopyOf(graph->incptr, nvtxs + 1LL, "CopyRunGraph: incptr");
+  copy->incind = CopyOf(graph->incind, npins, "CopyRunGraph: incind");
+  copy->adjwgt = CopyOf(graph->adjwgt, nvtxs, "CopyRunGraph: adjwgt");
+  copy->edgewgt = CopyOf(graph->edgewgt, nhedges, "CopyRunGraph: edgewgt");
+  return copy;
+}
+
+HGraph *CreateRunView__(const HGraph *graph) {
+  auto *view = static_cast<HGraph *>(RVmalloc__(sizeof(HGraph), "CreateRunView: view"));
+  std::memcpy(static_cast<void *>(view), graph, sizeof(HGraph));
+  view->where = view->gain = nullptr;
+  view->ndeg[0] = view->ndeg[1] = nullptr;
+  view->cellmap = view->netmap = view->mptr = view->mind = view->islandmap = nullptr;
+  view->coarser = view->finer = nullptr;
+  view->nrinfo = nullptr;
+  view->crinfo = nullptr;
+  view->nrdata = nullptr;
+  view->crdata = nullptr;
+  view->crdatasize = 0;
+  view->kpwgts = view->kslot = nullptr;
+  view->label = nullptr;
+  return view;
+}
+
+void FreeRunView__(HGraph *view) {
+  FreeRootHGraph__(view);
+  std::free(view);
+}

@@ -59,6 +59,20 @@ void InitRandom__(RandomState *rng, int64_t seed) {
     SeedRandom__(rng, static_cast<unsigned int>(seed));
 }
 
+void SeedStream__(RandomState *rng, int64_t seed, int64_t place, int64_t index) {
+  // splitmix64 steps over the three numbers: every bit of each reaches every bit of the seed.
+  auto mix = [](uint64_t x) {
+    x += 0x9e3779b97f4a7c15ULL;
+    x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9ULL;
+    x = (x ^ (x >> 27)) * 0x94d049bb133111ebULL;
+    return x ^ (x >> 31);
+  };
+  uint64_t h = mix(static_cast<uint64_t>(seed));
+  h = mix(h ^ static_cast<uint64_t>(place));
+  h = mix(h ^ static_cast<uint64_t>(index));
+  SeedRandom__(rng, static_cast<unsigned int>(h ^ (h >> 32)));
+}
+
 void InitRunState__(RunState *run, int64_t seed) {
   InitRandom__(&run->rng, seed);
   for (CandidateList &list : run->lists) list = CandidateList{nullptr, nullptr, 0, 0};

@@ -136,8 +136,10 @@ void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph) {
   int *bestwhere = imalloc__(nvtxs, "InitPartitionKway: bestwhere");
   AllocateKwayRefinementMemory__(ctrl, graph);
 
-  // Two quick runs of recursive bisection, no V-cycles, seeded from the clock.
-  const int options[9] = {1, 2, 2, 1, 0, 0, 0, -1, 0};
+  // Two quick runs of recursive bisection, no V-cycles, seeded from the clock (in the parallel
+  // mode from the caller's seed, so that the result does not depend on when it runs).
+  const int seed = ctrl->Parallel ? static_cast<int>(ctrl->Seed & 0x7fffffff) : -1;
+  const int options[9] = {1, 2, 2, 1, 0, 0, 0, seed, 0};
   int edgecut = 0;
   PartRecursiveInRun__(ctrl->run, nvtxs, graph->nhedges, graph->cellwgt, graph->netptr,
                        graph->netind, graph->netwgt, ctrl->Nparts, 1, options, graph->where,

@@ -11,6 +11,7 @@
 
 #include "coarsen/coarsen.h"
 #include "core/core.h"
+#include "parallel/parallel.h"
 #include "partition/partition.h"
 
 // What the loop reports back besides the best partition.
@@ -41,12 +42,26 @@ struct BestOfRunsResult {
 //   from
 //     a restricted coarsening.
 template <typename Method>
-BestOfRunsResult BestOfRuns__(PartCtrl *ctrl, HGraph *graph, int *part, const Method &method) {
-  const int nvtxs = graph->nvtxs;
-  const bool trace = ctrl->dbglvl & DBG_TRACE;
+BestOfRunsResult SerialRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
+                              const Method &method);
+template <typename Method>
+BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
+                                const Method &method);
 
+template <typename Method>
+BestOfRunsResult BestOfRuns__(PartCtrl *ctrl, HGraph *graph, int *part, const Method &method) {
   CreateIncidentHGraph__(graph);
   HGraph *pgraph = PruneHGraph__(ctrl, graph);
+  return ctrl->Parallel ? ParallelRuns__(ctrl, graph, pgraph, part, method)
+                        : SerialRuns__(ctrl, graph, pgraph, part, method);
+}
+
+// The runs one after the other, all drawing from the run record's generator, seeded once.
+template <typename Method>
+BestOfRunsResult SerialRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
+                              const Method &method) {
+  const int nvtxs = graph->nvtxs;
+  const bool trace = ctrl->dbglvl & DBG_TRACE;
   const int impossible = method.Impossible(graph);
   int best = impossible, bestpruned = impossible;
   long long total = 0;
@@ -108,6 +123,124 @@ BestOfRunsResult BestOfRuns__(PartCtrl *ctrl, HGraph *graph, int *part, const Me
       method.ReleaseWork(graph);
     }
     FreeRootHGraph__(graph);
+  }
+  FreeHGraph__(pgraph);
+  return BestOfRunsResult{best, total};
+}
+
+// What one run of the parallel mode hands over from its concurrent part to the serial part.
+struct ParallelRun {
+  RunState run;      // its own stream, continued by its V-cycles
+  OutputBuffer out;  // its lines so far
+  int *where;        // the partition of the full hypergraph
+  int prunedobj;     // the objective it reached on the pruned hypergraph
+  int mincut, soed, kwayobj;
+};
+
+// The parallel mode: every run coarsens, partitions and refines a copy of the pruned hypergraph
+// on its own stream, side by side with the others; then, in run order, each run's lines appear,
+// its V-cycles (which depend on the best run before it) run, and the best is kept. The result is
+// the same whatever the number of threads.
+template <typename Method>
+BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
+                                const Method &method) {
+  const int nvtxs = graph->nvtxs, nruns = ctrl->Nruns;
+  const bool trace = ctrl->dbglvl & DBG_TRACE;
+  const int impossible = method.Impossible(graph);
+  int best = impossible, bestpruned = impossible;
+  long long total = 0;
+  ctrl->MaxCellWgt = ComputeMaxCellWgt__(ctrl, nvtxs, graph->cellwgt);
+
+  KeepSlots keep;
+  if (ctrl->Vcycle == 1) InitKeepSlots__(&keep, method.KeptSlots(ctrl), nvtxs, impossible);
+
+  const int oldCType = ctrl->CType;
+  auto *runs = static_cast<ParallelRun *>(
+      RVmalloc__(static_cast<long long>(sizeof(ParallelRun)) * nruns, "ParallelRuns: runs"));
+  ForEachTask__(ctrl->Sched, nruns, [&](int r) {
+    ParallelRun &pr = runs[r];
+    InitRunState__(&pr.run, 0);
+    SeedStream__(&pr.run.rng, ctrl->Seed, ctrl->Place, r);
+    pr.out = OutputBuffer{nullptr, 0, 0};
+    pr.run.out = &pr.out;
+    PartCtrl c = *ctrl;
+    c.run = &pr.run;
+    if (oldCType == 1) c.CType = r % 2 == 0 ? 1 : 2;
+
+    HGraph *pg = CopyRunGraph__(pgraph);
+    HGraph *g = CreateRunView__(graph);
+    method.PartitionPruned(&c, pg);
+    pr.prunedobj = method.Objective(pg);
+    if (trace) method.TraceRun(&c, r, pg);
+    method.Adopt(&c, g, pg);
+    if (trace) Printf__(&c, " [%4.2f]\n", method.Balance(&c, g, g->where));
+    pr.where = g->where;
+    g->where = nullptr;
+    pr.mincut = g->mincut;
+    pr.soed = g->soed;
+    pr.kwayobj = g->kwayobj;
+    FreeRunView__(g);
+    FreeHGraph__(pg);
+  });
+
+  for (int r = 0; r < nruns; r++) {
+    ParallelRun &pr = runs[r];
+    EmitOutput__(ctrl, &pr.out);
+    pr.run.out = ctrl->run->out;
+    PartCtrl c = *ctrl;
+    c.run = &pr.run;
+    if (oldCType == 1) c.CType = r % 2 == 0 ? 1 : 2;
+
+    const bool improved = pr.prunedobj < bestpruned;
+    if (improved) bestpruned = pr.prunedobj;
+    RVfree__(&graph->where);
+    graph->where = pr.where;
+    pr.where = nullptr;
+    graph->mincut = pr.mincut;
+    graph->soed = pr.soed;
+    graph->kwayobj = pr.kwayobj;
+
+    int obj = method.Objective(graph);
+    if (WantsVCycles__(&c, obj, best, improved)) {
+      method.VCycles(&c, graph);
+      obj = method.Objective(graph);
+    }
+    if (c.dbglvl & DBG_RUNS) method.PrintRun(&c, r, graph, obj);
+
+    total += obj;
+    if (obj < best) {
+      icopy__(nvtxs, graph->where, part);
+      best = obj;
+    }
+    if (ctrl->Vcycle == 1) OfferToSlots__(&keep, graph->where, nvtxs, obj);
+    method.FreeRun(graph, pgraph);
+    FreeOutput__(&pr.out);
+    FreeRunState__(&pr.run);
+  }
+  std::free(runs);
+
+  if (ctrl->Vcycle == 1) {
+    RunState final;
+    InitRunState__(&final, 0);
+    SeedStream__(&final.rng, ctrl->Seed, ctrl->Place, nruns);
+    final.out = ctrl->run->out;
+    PartCtrl c = *ctrl;
+    c.run = &final;
+    graph->where = imalloc__(nvtxs, "BestOfRuns: where");
+    method.StartFinalVCycles(graph, pgraph);
+    for (int i = 0; i < keep.count; i++) {
+      icopy__(nvtxs, keep.parts[i], graph->where);
+      method.SetObjective(graph, keep.objs[i]);
+      method.VCycles(&c, graph);
+      if (method.Objective(graph) < best) {
+        icopy__(nvtxs, graph->where, part);
+        best = method.Objective(graph);
+      }
+      RVfree__(&keep.parts[i]);
+      method.ReleaseWork(graph);
+    }
+    FreeRootHGraph__(graph);
+    FreeRunState__(&final);
   }
   FreeHGraph__(pgraph);
   return BestOfRunsResult{best, total};

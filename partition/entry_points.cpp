@@ -3,6 +3,7 @@
 #include "coarsen/coarsen.h"
 #include "core/core.h"
 #include "kway/kway.h"
+#include "parallel/parallel.h"
 #include "partition/hypra.h"
 #include "partition/partition.h"
 #include "refine2/refine2.h"
@@ -150,9 +151,32 @@ HGraph *CopyHypergraph(int nvtxs, int nhedges, const int *vwgts, const int *eptr
   return graph;
 }
 
+// What the parameters-record entry point adds to the options vector: a seed wider than an int,
+// and the parallel mode.
+struct RunSetup {
+  bool has_seed = false;
+  int64_t seed = 0;
+  int threads = 0;  // 0: the serial path; N >= 1: the parallel mode on N threads
+};
+
+// Puts the setup into the control record; returns the scheduler to release (null when serial).
+Scheduler *ApplySetup(PartCtrl *ctrl, const RunSetup &setup) {
+  if (setup.has_seed) ctrl->Seed = setup.seed;
+  if (setup.threads < 1) return nullptr;
+  // One seed for the whole call: every stream derives from it, whatever runs when.
+  if (ctrl->Seed < 0) ctrl->Seed = ClockSeed__();
+  ctrl->Parallel = 1;
+  ctrl->Place = 0;
+  // What draws outside the bisections' runs (the k-way polish after the recursion) has its own
+  // stream too.
+  SeedStream__(&ctrl->run->rng, ctrl->Seed, -1, 0);
+  ctrl->Sched = CreateScheduler__(setup.threads);
+  return ctrl->Sched;
+}
+
 void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                    const int *eind, const int *hewgts, int nparts, int ubfactor, const int *options,
-                   int *part, int *edgecut, bool kway_refine) {
+                   int *part, int *edgecut, bool kway_refine, const RunSetup &setup = RunSetup()) {
   PartCtrl ctrl = MakeControl(nparts, ubfactor, options, true);
   ctrl.run = run;
   ctrl.KwayRefine = kway_refine && nparts <= 64 ? 1 : 0;
@@ -160,6 +184,7 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
   if (ctrl.Fixed) ValidateParts(nvtxs, part, -1, nparts - 1, "the fixed part");
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
+  Scheduler *sched = ApplySetup(&ctrl, setup);
 
   StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
@@ -169,6 +194,38 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   if (edgecut) *edgecut = cut;
   stoptimer__(&ctrl, ctrl.MultilevelTmr);
   FinishRun(&ctrl, graph);
+  FreeScheduler__(sched);
+}
+
+void PartKway(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+              const int *eind, const int *hewgts, int nparts, int ubfactor, const int *options,
+              int *part, int *objective, const RunSetup &setup = RunSetup()) {
+  PartCtrl ctrl = MakeControl(nparts, ubfactor, options, true);
+  ctrl.run = run;
+  ctrl.KwayRefine = nparts <= 64 ? 1 : 0;
+  ValidateControl(&ctrl, nparts, ubfactor);
+  // The direct path keeps no vertex in place; honouring a pre-assignment needs recursive
+  // bisection, which contracts the fixed vertices first.
+  if (ctrl.Fixed)
+    errexit__(
+        "HYPRA_PartKway: fixed vertices (options[6] = 1) are not supported by direct "
+        "k-way partitioning; use HYPRA_PartRecursive.\n");
+  ValidateHypergraph(nvtxs, nhedges, eptr, eind);
+  if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
+  Scheduler *sched = ApplySetup(&ctrl, setup);
+
+  StartRun(&ctrl);
+  HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
+  graph->nfixed = 0;
+  // The k-way refiners bound every part by a multiple of the average part weight.
+  ctrl.UBfactor = static_cast<float>(1 + ubfactor / 100.0);
+
+  starttimer__(&ctrl, ctrl.MultilevelTmr);
+  const int best = MultilevelKwayPartition__(&ctrl, graph, part);
+  if (objective) *objective = best;
+  stoptimer__(&ctrl, ctrl.MultilevelTmr);
+  FinishRun(&ctrl, graph);
+  FreeScheduler__(sched);
 }
 
 }  // namespace
@@ -205,30 +262,73 @@ extern "C" void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const i
                                const int *eind, const int *hewgts, int nparts, int ubfactor,
                                const int *options, int *part, int *objective) {
   SharedRun shared;
-  PartCtrl ctrl = MakeControl(nparts, ubfactor, options, true);
-  ctrl.run = &shared.run;
-  ctrl.KwayRefine = nparts <= 64 ? 1 : 0;
-  ValidateControl(&ctrl, nparts, ubfactor);
-  // The direct path keeps no vertex in place; honouring a pre-assignment needs recursive
-  // bisection, which contracts the fixed vertices first.
-  if (ctrl.Fixed)
+  PartKway(&shared.run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part,
+           objective);
+}
+
+extern "C" void HYPRA_DefaultParams(HYPRA_Params *params) {
+  if (params == nullptr) errexit__("HYPRA_DefaultParams: the parameters record is missing.");
+  *params = HYPRA_Params{};
+  params->size = static_cast<int>(sizeof(HYPRA_Params));
+  params->method = HYPRA_RECURSIVE;
+  params->nparts = 2;
+  params->ubfactor = 5;
+  params->runs = 10;
+  params->ctype = 1;
+  params->rtype = 1;
+  params->vcycle = 1;
+  params->reconst = 0;
+  params->seed = -1;
+  params->fixed = nullptr;
+  params->threads = 0;
+  params->dbglvl = 0;
+}
+
+extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                               const int *eind, const int *hewgts, const HYPRA_Params *params,
+                               int *part, int *objective) {
+  if (params == nullptr) errexit__("HYPRA_Partition: the parameters record is missing.");
+  if (params->size != static_cast<int>(sizeof(HYPRA_Params)))
     errexit__(
-        "HYPRA_PartKway: fixed vertices (options[6] = 1) are not supported by direct "
-        "k-way partitioning; use HYPRA_PartRecursive.\n");
-  ValidateHypergraph(nvtxs, nhedges, eptr, eind);
-  if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
-
-  StartRun(&ctrl);
-  HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
-  graph->nfixed = 0;
-  // The k-way refiners bound every part by a multiple of the average part weight.
-  ctrl.UBfactor = static_cast<float>(1 + ubfactor / 100.0);
-
-  starttimer__(&ctrl, ctrl.MultilevelTmr);
-  const int best = MultilevelKwayPartition__(&ctrl, graph, part);
-  if (objective) *objective = best;
-  stoptimer__(&ctrl, ctrl.MultilevelTmr);
-  FinishRun(&ctrl, graph);
+        "HYPRA_Partition: the parameters record has size %d, this library reads %d; fill it "
+        "with HYPRA_DefaultParams.",
+        params->size, static_cast<int>(sizeof(HYPRA_Params)));
+  if (params->method != HYPRA_RECURSIVE && params->method != HYPRA_DIRECT)
+    errexit__("HYPRA_Partition: method %d is neither HYPRA_RECURSIVE nor HYPRA_DIRECT.",
+              params->method);
+  if (params->threads < 0 || params->threads > 4096)
+    errexit__("HYPRA_Partition: threads should be between 0 and 4096, not %d.", params->threads);
+  if (params->fixed != nullptr && nvtxs > 0) {
+    if (part == nullptr) errexit__("HYPRA: the part array is missing.");
+    icopy__(nvtxs, params->fixed, part);
+  }
+  const int options[9] = {1,
+                          params->runs,
+                          params->ctype,
+                          params->rtype,
+                          params->vcycle,
+                          params->reconst,
+                          params->fixed != nullptr ? 1 : 0,
+                          -1,
+                          params->dbglvl};
+  RunSetup setup;
+  setup.has_seed = true;
+  setup.seed = params->seed;
+  setup.threads = params->threads;
+  // The serial setting continues the thread's sequence as the options-vector entry points do;
+  // the parallel mode draws only from streams of its own and leaves that sequence alone.
+  SharedRun shared;
+  RunState own;
+  InitRunState__(&own, 1);
+  RunState *run = setup.threads >= 1 ? &own : &shared.run;
+  if (params->method == HYPRA_DIRECT)
+    PartKway(run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, params->nparts, params->ubfactor,
+             options, part, objective, setup);
+  else
+    PartRecursive(run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, params->nparts, params->ubfactor,
+                  options, part, objective, true, setup);
+  FreeRunState__(&own);
+  return 0;
 }
 
 extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr,

@@ -33,8 +33,10 @@
  * fixed part outside -1..nparts-1) and exhausted memory print a message to standard error and
  * END THE PROCESS with exit status 0. Validate untrusted input before calling.
  *
- * The library keeps process-wide state (the C library's random generator and the candidate
- * lists of the coarsening): run one partitioning at a time per process.
+ * Threads: every call keeps its state to itself, so calls may run on several threads at once.
+ * The entry points below that take an options vector continue one random sequence per thread
+ * from call to call (HYPRA_2WayRefine does not reseed it); they never touch the C library's
+ * rand() sequence.
  */
 #ifndef HYPRA_H
 #define HYPRA_H
@@ -93,6 +95,48 @@ void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const int *eptr, c
  */
 void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
                       const int *hewgts, int ubfactor, const int *options, int *part, int *edgecut);
+
+/* Methods of HYPRA_Partition. */
+#define HYPRA_RECURSIVE 0 /* recursive bisection, then k-way refinement for 3 to 64 parts */
+#define HYPRA_DIRECT 1    /* direct k-way partitioning */
+
+/*
+ * The settings of HYPRA_Partition. Fill one with HYPRA_DefaultParams, then change what you
+ * need: fields may be added at the end in later versions, and `size` tells the library how much
+ * of the record the caller knows.
+ */
+typedef struct HYPRA_Params {
+  int size;         /* sizeof(HYPRA_Params), set by HYPRA_DefaultParams */
+  int method;       /* HYPRA_RECURSIVE or HYPRA_DIRECT                             (recursive) */
+  int nparts;       /* parts, at least 2                                                   (2) */
+  int ubfactor;     /* balance tolerance 1..49, read as by the options-vector entry points (5) */
+  int runs;         /* runs per bisection (recursive) or trials (direct), at least 1      (10) */
+  int ctype;        /* coarsening scheme 1..5, as options[2]                               (1) */
+  int rtype;        /* refinement 1..3 (recursive) or objective 1 cut, 2 SOED (direct)     (1) */
+  int vcycle;       /* V-cycle mode 0..3, as options[4]                                    (1) */
+  int reconst;      /* 1 keeps cut hyperedges when splitting (recursive)                   (0) */
+  long long seed;   /* random seed; negative: from the clock                            (-1) */
+  const int *fixed; /* NULL, or nvtxs entries: -1 for a free vertex, else its part (NULL) */
+  int threads;      /* 0: exactly the options-vector entry points' run; N >= 1: the parallel
+                       mode on N threads, whose result is the same for every N              (0) */
+  int dbglvl;       /* diagnostic output, as options[8]                                    (0) */
+} HYPRA_Params;
+
+void HYPRA_DefaultParams(HYPRA_Params *params);
+
+/*
+ * Partitions the hypergraph as `params` asks. part receives the part of every vertex and
+ * objective, when not NULL, the cut (or with HYPRA_DIRECT and rtype 2 the SOED). Returns 0.
+ *
+ * The parallel mode (threads >= 1) runs the runs of every bisection, and the two halves of every
+ * split, side by side. Each run draws from a random stream of its own, derived from the seed,
+ * the bisection's place in the recursion and the run's index, so that for a given seed the
+ * partition and every printed line (times aside) are the same for every number of threads; they
+ * differ from those of threads = 0, which draws every run from one sequence. Fixed vertices are
+ * honoured by HYPRA_RECURSIVE only.
+ */
+int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
+                    const int *hewgts, const HYPRA_Params *params, int *part, int *objective);
 
 #ifdef __cplusplus
 }

@@ -5,6 +5,7 @@
 
 #include "coarsen/coarsen.h"
 #include "kway/kway.h"
+#include "parallel/parallel.h"
 #include "partition/partition.h"
 
 namespace {
@@ -152,9 +153,42 @@ void SplitGraphPart__(PartCtrl *ctrl, HGraph *graph, const int *bisection, HGrap
   RVfree__(&rename);
 }
 
+namespace {
+
+// The parallel mode's two halves of a split, side by side: each with a control record and a run
+// record of its own, its lines kept until both are done and then shown left before right.
+int BothSides(PartCtrl *ctrl, HGraph *lgraph, HGraph *rgraph, int *part, int nleft, int nright,
+              int offset) {
+  struct Side {
+    HGraph *graph;
+    int nparts, offset, cut;
+    RunState run;
+    OutputBuffer out;
+  } sides[2] = {{lgraph, nleft, offset, 0, {}, {nullptr, 0, 0}},
+                {rgraph, nright, offset + nleft, 0, {}, {nullptr, 0, 0}}};
+  ForEachTask__(ctrl->Sched, 2, [&](int i) {
+    Side &side = sides[i];
+    InitRunState__(&side.run, 0);
+    side.run.out = &side.out;
+    PartCtrl c = *ctrl;
+    c.run = &side.run;
+    side.cut = MLRB__(&c, side.graph, part, side.nparts, side.offset);
+  });
+  for (Side &side : sides) {
+    EmitOutput__(ctrl, &side.out);
+    FreeOutput__(&side.out);
+    FreeRunState__(&side.run);
+  }
+  return sides[0].cut + sides[1].cut;
+}
+
+}  // namespace
+
 int MLRB__(PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset) {
   const int nleft = nparts / 2;
   ctrl->TargetFrac = static_cast<float>(static_cast<double>(nleft) / nparts);
+  // Each bisection of the recursion has its own (offset, nparts), hence its own streams.
+  ctrl->Place = static_cast<int64_t>(offset) * 4294967296LL + nparts;
 
   int *bisection = imalloc__(graph->nvtxs, "MLRB: bisection");
   const int cut = Hypergraph_Bisection__(ctrl, graph, bisection);
@@ -176,6 +210,8 @@ int MLRB__(PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset) {
     FreeHGraph__(lgraph);
     return cut + MLRB__(ctrl, rgraph, part, 2, offset + 1);
   }
+  if (ctrl->Parallel)
+    return cut + BothSides(ctrl, lgraph, rgraph, part, nleft, nparts - nleft, offset);
   const int leftcut = MLRB__(ctrl, lgraph, part, nleft, offset);
   const int rightcut = MLRB__(ctrl, rgraph, part, nparts - nleft, offset + nleft);
   return cut + leftcut + rightcut;

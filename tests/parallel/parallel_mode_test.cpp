@@ -1,0 +1,187 @@
+// The parallel mode: for a seed, the same partition and the same printed lines whatever the
+// number of threads; and the entry points can run on several threads of one process at once.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "common/test_hypergraphs.h"
+#include "partition/hypra.h"
+
+namespace {
+
+using testhg::Hypergraph;
+
+// A deterministic circuit-like hypergraph: mostly small hyperedges between nearby vertices, a
+// few long ones, and weights from 1 to 3 when asked.
+Hypergraph Circuit(int nvtxs, unsigned seed, bool weighted) {
+  Hypergraph h;
+  h.nvtxs = nvtxs;
+  unsigned x = seed;
+  auto next = [&x]() {
+    x = x * 1103515245u + 12345u;
+    return (x >> 8) & 0xffffff;
+  };
+  for (int v = 0; v + 1 < nvtxs; v++) {
+    std::vector<int> pins{v};
+    const int size = 1 + static_cast<int>(next() % 4);
+    for (int i = 0; i < size; i++) {
+      const int u = v + 1 + static_cast<int>(next() % 12);
+      if (u < nvtxs && u != pins.back()) pins.push_back(u);
+    }
+    if (pins.size() > 1) h.Add(pins, weighted ? 1 + static_cast<int>(next() % 3) : 1);
+  }
+  for (int e = 0; e < nvtxs / 100; e++) {
+    std::vector<int> pins;
+    for (int i = 0; i < 40; i++) pins.push_back(static_cast<int>(next() % nvtxs));
+    std::sort(pins.begin(), pins.end());
+    pins.erase(std::unique(pins.begin(), pins.end()), pins.end());
+    h.Add(pins);
+  }
+  if (weighted)
+    for (int v = 0; v < nvtxs; v++) h.vwgts.push_back(1 + static_cast<int>(next() % 3));
+  return h;
+}
+
+struct Result {
+  std::vector<int> part;
+  int objective = -1;
+  std::string out;
+};
+
+Result Partition(const Hypergraph &h, HYPRA_Params params, const std::vector<int> &fixed = {}) {
+  Result r;
+  r.part.assign(h.nvtxs, -1);
+  if (!fixed.empty()) params.fixed = fixed.data();
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(HYPRA_Partition(h.nvtxs, h.nhedges(), h.vwgts.empty() ? nullptr : h.vwgts.data(),
+                            h.eptr.data(), h.eind.data(), h.hewgts.data(), &params, r.part.data(),
+                            &r.objective),
+            0);
+  r.out = testing::internal::GetCapturedStdout();
+  return r;
+}
+
+HYPRA_Params Params(int method, int nparts, int threads) {
+  HYPRA_Params p;
+  HYPRA_DefaultParams(&p);
+  p.method = method;
+  p.nparts = nparts;
+  p.threads = threads;
+  p.seed = 7;
+  p.runs = 4;
+  return p;
+}
+
+void ExpectSameForEveryThreadCount(const Hypergraph &h, HYPRA_Params p,
+                                   const std::vector<int> &fixed = {}) {
+  p.threads = 1;
+  const Result one = Partition(h, p, fixed);
+  if (p.method == HYPRA_RECURSIVE || p.rtype == 1)
+    EXPECT_EQ(testhg::Cut(h, one.part), one.objective);
+  for (int v = 0; v < h.nvtxs; v++) ASSERT_TRUE(one.part[v] >= 0 && one.part[v] < p.nparts) << v;
+  for (int threads : {2, 3, 8}) {
+    p.threads = threads;
+    const Result many = Partition(h, p, fixed);
+    EXPECT_EQ(many.part, one.part) << threads << " threads";
+    EXPECT_EQ(many.objective, one.objective) << threads << " threads";
+    EXPECT_EQ(many.out, one.out) << threads << " threads";
+  }
+}
+
+TEST(ParallelMode, RecursiveBisectionSameForAnyThreadCount) {
+  const Hypergraph h = Circuit(3000, 1, false);
+  for (int nparts : {2, 5, 8}) {
+    HYPRA_Params p = Params(HYPRA_RECURSIVE, nparts, 1);
+    p.dbglvl = 8 | 16 | 128;  // summaries, run lines and the detailed trace
+    ExpectSameForEveryThreadCount(h, p);
+  }
+}
+
+TEST(ParallelMode, EveryVCycleModeAndWeightsSameForAnyThreadCount) {
+  const Hypergraph h = Circuit(2000, 3, true);
+  for (int vcycle : {0, 1, 2, 3}) {
+    HYPRA_Params p = Params(HYPRA_RECURSIVE, 4, 1);
+    p.vcycle = vcycle;
+    p.ctype = 1 + vcycle;
+    p.dbglvl = 16 | 128;
+    ExpectSameForEveryThreadCount(h, p);
+  }
+}
+
+TEST(ParallelMode, FixedVerticesSameForAnyThreadCountAndKept) {
+  const Hypergraph h = Circuit(2500, 5, false);
+  std::vector<int> fixed(h.nvtxs, -1);
+  for (int v = 0; v < h.nvtxs; v += 37) fixed[v] = v % 4;
+  HYPRA_Params p = Params(HYPRA_RECURSIVE, 4, 1);
+  ExpectSameForEveryThreadCount(h, p, fixed);
+  p.threads = 2;
+  const Result r = Partition(h, p, fixed);
+  for (int v = 0; v < h.nvtxs; v++) {
+    if (fixed[v] != -1) EXPECT_EQ(r.part[v], fixed[v]) << v;
+  }
+}
+
+TEST(ParallelMode, DirectKwaySameForAnyThreadCount) {
+  const Hypergraph h = Circuit(3000, 9, false);
+  for (int rtype : {1, 2}) {
+    HYPRA_Params p = Params(HYPRA_DIRECT, 8, 1);
+    p.rtype = rtype;
+    p.dbglvl = 8 | 16 | 128;
+    ExpectSameForEveryThreadCount(h, p);
+  }
+}
+
+TEST(ParallelMode, SerialSettingIsTheOptionsVectorRun) {
+  const Hypergraph h = Circuit(2000, 11, false);
+  HYPRA_Params p = Params(HYPRA_RECURSIVE, 4, 0);
+  const Result viaParams = Partition(h, p);
+  const int options[9] = {1, 4, 1, 1, 1, 0, 0, 7, 0};
+  std::vector<int> part(h.nvtxs);
+  int cut = -1;
+  HYPRA_PartRecursive(h.nvtxs, h.nhedges(), nullptr, h.eptr.data(), h.eind.data(), h.hewgts.data(),
+                      4, 5, options, part.data(), &cut);
+  EXPECT_EQ(viaParams.part, part);
+  EXPECT_EQ(viaParams.objective, cut);
+}
+
+TEST(ParallelMode, CallsOnSeveralThreadsAtOnceGetTheirOwnResults) {
+  std::vector<Hypergraph> graphs;
+  for (unsigned s = 0; s < 4; s++) graphs.push_back(Circuit(1500 + 250 * s, 20 + s, s % 2 == 1));
+  std::vector<HYPRA_Params> params;
+  for (unsigned s = 0; s < 4; s++) {
+    HYPRA_Params p = Params(s % 2 == 0 ? HYPRA_RECURSIVE : HYPRA_DIRECT, 3 + s, 1 + s % 2);
+    params.push_back(p);
+  }
+  // Alone first.
+  std::vector<std::vector<int>> alone(4);
+  std::vector<int> aloneobj(4);
+  for (int i = 0; i < 4; i++) {
+    alone[i].assign(graphs[i].nvtxs, 0);
+    const Hypergraph &h = graphs[i];
+    HYPRA_Partition(h.nvtxs, h.nhedges(), h.vwgts.empty() ? nullptr : h.vwgts.data(), h.eptr.data(),
+                    h.eind.data(), h.hewgts.data(), &params[i], alone[i].data(), &aloneobj[i]);
+  }
+  // Then all at once, each on a thread of its own.
+  std::vector<std::vector<int>> together(4);
+  std::vector<int> togetherobj(4);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; i++) {
+    together[i].assign(graphs[i].nvtxs, 0);
+    threads.emplace_back([&, i] {
+      const Hypergraph &h = graphs[i];
+      HYPRA_Partition(h.nvtxs, h.nhedges(), h.vwgts.empty() ? nullptr : h.vwgts.data(),
+                      h.eptr.data(), h.eind.data(), h.hewgts.data(), &params[i], together[i].data(),
+                      &togetherobj[i]);
+    });
+  }
+  for (std::thread &t : threads) t.join();
+  for (int i = 0; i < 4; i++) {
+    EXPECT_EQ(together[i], alone[i]) << i;
+    EXPECT_EQ(togetherobj[i], aloneobj[i]) << i;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,43 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <vector>
+
+#include "parallel/parallel.h"
+
+namespace {
+
+TEST(Scheduler, RunsEveryTaskOnceForAnyThreadCount) {
+  for (int threads : {1, 2, 3, 8}) {
+    Scheduler *sched = CreateScheduler__(threads);
+    std::vector<std::atomic<int>> runs(100);
+    ForEachTask__(sched, 100, [&](int i) { runs[i]++; });
+    for (int i = 0; i < 100; i++) EXPECT_EQ(runs[i].load(), 1) << threads << " " << i;
+    FreeScheduler__(sched);
+  }
+}
+
+TEST(Scheduler, NestedTasksFinishWithoutBlockingEveryThread) {
+  // Each of 6 tasks waits for 6 tasks of its own, which wait for 4 more: with fewer threads than
+  // waiting tasks, only helping with queued work lets this finish.
+  Scheduler *sched = CreateScheduler__(3);
+  std::atomic<int> leaves{0};
+  ForEachTask__(sched, 6, [&](int) {
+    ForEachTask__(sched, 6, [&](int) { ForEachTask__(sched, 4, [&](int) { leaves++; }); });
+  });
+  EXPECT_EQ(leaves.load(), 6 * 6 * 4);
+  FreeScheduler__(sched);
+}
+
+TEST(Scheduler, WithoutASchedulerTasksRunInOrderOnTheCaller) {
+  std::vector<int> order;
+  ForEachTask__(nullptr, 5, [&](int i) { order.push_back(i); });
+  EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4}));
+  Scheduler *one = CreateScheduler__(1);
+  order.clear();
+  ForEachTask__(one, 5, [&](int i) { order.push_back(i); });
+  EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4}));
+  FreeScheduler__(one);
+}
+
+}  // namespace
