@@ -79,8 +79,9 @@ void ExpectSameForEveryThreadCount(const Hypergraph &h, HYPRA_Params p,
                                    const std::vector<int> &fixed = {}) {
   p.threads = 1;
   const Result one = Partition(h, p, fixed);
-  if (p.method == HYPRA_RECURSIVE || p.rtype == 1)
+  if (p.method == HYPRA_RECURSIVE || p.rtype == 1) {
     EXPECT_EQ(testhg::Cut(h, one.part), one.objective);
+  }
   for (int v = 0; v < h.nvtxs; v++) ASSERT_TRUE(one.part[v] >= 0 && one.part[v] < p.nparts) << v;
   for (int threads : {2, 3, 8}) {
     p.threads = threads;
@@ -120,7 +121,9 @@ TEST(ParallelMode, FixedVerticesSameForAnyThreadCountAndKept) {
   p.threads = 2;
   const Result r = Partition(h, p, fixed);
   for (int v = 0; v < h.nvtxs; v++) {
-    if (fixed[v] != -1) EXPECT_EQ(r.part[v], fixed[v]) << v;
+    if (fixed[v] != -1) {
+      EXPECT_EQ(r.part[v], fixed[v]) << v;
+    }
   }
 }
 
