@@ -12,6 +12,16 @@ nseeds=$(wc -w <<<"$seeds")
 root="$(cd "$(dirname "$0")/.." && pwd)"
 bench_dir="${1:-$root/../shared/bench}"
 out="$root/bench"
+# Check the inputs before anything committed is touched.
+[ -d "$bench_dir" ] || { echo "bench/run.sh: no benchmark folder $bench_dir" >&2; exit 1; }
+inputs=()
+for file in "$bench_dir"/ibm*.hgr; do
+  [ -f "$file" ] || continue
+  case "$(basename "$file" .hgr)" in *.weight) continue ;; esac
+  [ -r "$file" ] || { echo "bench/run.sh: cannot read $file" >&2; exit 1; }
+  inputs+=("$file")
+done
+[ ${#inputs[@]} -gt 0 ] || { echo "bench/run.sh: no ibm*.hgr in $bench_dir" >&2; exit 1; }
 "$root/tools/deps.sh"
 cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$root/build" -j"$(nproc)" --target bench_partition >/dev/null
@@ -19,11 +29,14 @@ prog="$root/build/bench/bench_partition"
 
 configs=("rb 2 2" "rb 2 10" "rb 4 5" "rb 8 5" "rb 16 5" "rb 32 5" "rb 64 5"
          "kway 4 5" "kway 8 5" "kway 16 5" "kway 32 5" "kway 64 5")
+# Results are collected in scratch files and replace the committed ones only when complete.
 csv="$out/results.csv"
-echo "instance,vertices,pins,method,k,ubfactor,cut,soed,largest_share,cpu_seconds,peak_rss_mb" > "$csv"
-for file in "$bench_dir"/ibm*.hgr; do
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+csv_new="$scratch/results.csv"
+echo "instance,vertices,pins,method,k,ubfactor,cut,soed,largest_share,cpu_seconds,peak_rss_mb" > "$csv_new"
+for file in "${inputs[@]}"; do
   name=$(basename "$file" .hgr)
-  case "$name" in *.weight) continue ;; esac
   read -r _ nv < <(grep -v '^%' "$file" | head -n 1)
   pins=$(grep -v '^%' "$file" | tail -n +2 | wc -w)
   for cfg in "${configs[@]}"; do
@@ -37,7 +50,7 @@ for file in "$bench_dir"/ibm*.hgr; do
     cpu=$(printf '%s\n' "${runs[@]}" | cut -d, -f4 | sort -g | sed -n "${mid}p")
     rss=$(printf '%s\n' "${runs[@]}" | cut -d, -f5 | sort -g | sed -n "${mid}p")
     IFS=, read -r cut soed share _ _ <<<"$first"
-    echo "$name,$nv,$pins,$method,$k,$ub,$cut,$soed,$share,$cpu,$(awk "BEGIN{printf \"%.1f\", $rss/1024}")" >> "$csv"
+    echo "$name,$nv,$pins,$method,$k,$ub,$cut,$soed,$share,$cpu,$(awk "BEGIN{printf \"%.1f\", $rss/1024}")" >> "$csv_new"
     echo "$name $method k=$k ub=$ub cut=$cut cpu=$cpu"
   done
 done
@@ -45,10 +58,12 @@ done
 {
   echo "| instance | method | k | UBfactor | cut | SOED | largest part share | CPU s (median of $nseeds seeds) | peak RSS MB |"
   echo "|---|---|---:|---:|---:|---:|---:|---:|---:|"
-  tail -n +2 "$csv" | while IFS=, read -r inst _ _ method k ub cut soed share cpu rss; do
+  tail -n +2 "$csv_new" | while IFS=, read -r inst _ _ method k ub cut soed share cpu rss; do
     echo "| $inst | $method | $k | $ub | $cut | $soed | $share | $cpu | $rss |"
   done
-} > "$out/results.md"
+} > "$scratch/results.md"
+mv "$csv_new" "$csv"
+mv "$scratch/results.md" "$out/results.md"
 
 if ! command -v gnuplot >/dev/null 2>&1; then
   sudo_cmd=""; [ "$(id -u)" -ne 0 ] && sudo_cmd="sudo"

@@ -10,11 +10,14 @@
 #include "core/core.h"
 #include "driver/driver.h"
 #include "driver/driver_internal.h"
+#include "io/io.h"
 #include "partition/hypra.h"
 
 namespace {
 
 constexpr int kUsageError = 2;
+// A partition file that cannot be written is an error of the run, reported by the exit status.
+constexpr int kOutputError = 1;
 
 void PrintUsage(FILE *out, const char *program) {
   std::fprintf(out,
@@ -143,10 +146,27 @@ Arguments ParseArguments(int argc, char *argv[]) {
   return a;
 }
 
+// Finds out before any work is done whether the partition file can be written: the chosen file,
+// or the default name in the hypergraph file's folder.
+void CheckOutput(const char *program, const Arguments &a) {
+  char defaultname[4200];
+  const char *path = a.outfile;
+  if (path == nullptr) {
+    std::snprintf(defaultname, sizeof(defaultname), "%s.part.%d", a.graphfile, a.nparts);
+    path = defaultname;
+  }
+  const int err = CheckOutputTarget(path);
+  if (err == 0) return;
+  std::fprintf(stderr, "%s: cannot write the partition file %s: %s\n", program, path,
+               std::strerror(err));
+  std::exit(kOutputError);
+}
+
 }  // namespace
 
 int main(int argc, char *argv[]) {
   const Arguments args = ParseArguments(argc, argv);
+  CheckOutput(argv[0], args);
   const char *graphfile = args.graphfile;
   const int nparts = args.nparts, ubfactor = args.ubfactor;
 
@@ -180,6 +200,6 @@ int main(int argc, char *argv[]) {
                         graph->netwgt, nparts, ubfactor, options, in.part, &objective);
   const double end_part = seconds__();
 
-  FinishRun(&in, nparts, graphfile, args.outfile, end_part + part_time);
+  FinishRun(&in, nparts, graphfile, args.outfile, end_part + part_time, kOutputError);
   return 0;
 }

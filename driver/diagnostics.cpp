@@ -4,6 +4,7 @@
 
 #include "driver/driver.h"
 #include "driver/driver_internal.h"
+#include "io/io.h"
 
 namespace {
 
@@ -64,7 +65,7 @@ void WriteHGraph(const HGraph *graph) {
   std::snprintf(filename, sizeof(filename), "hgr.%d", graph->nvtxs);
 
   OutputFile out;
-  OpenOutputFile(filename, "Can't open output file", &out);
+  OpenOutputFile(filename, "Can't open output file", 0, &out);
   std::fprintf(out.fp, "%d %d 11", graph->nhedges, graph->nvtxs);
   for (int e = 0; e < graph->nhedges; e++) {
     std::fprintf(out.fp, "\n%d", graph->netwgt[e]);
@@ -85,7 +86,7 @@ void WriteConnectedHGraph(const HGraph *graph) {
     cellmap[v] = graph->incptr[v + 1] > graph->incptr[v] ? nconnected++ : -1;
 
   OutputFile out;
-  OpenOutputFile("new.hgr", "Can't open output file", &out);
+  OpenOutputFile("new.hgr", "Can't open output file", 0, &out);
   std::fprintf(out.fp, "%d %d", graph->nhedges, nconnected);
   for (int e = 0; e < graph->nhedges; e++) {
     std::fputc('\n', out.fp);

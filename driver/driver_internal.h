@@ -5,22 +5,6 @@
 
 #include "core/core.h"
 
-// An output file under construction. It is written under a temporary name in the target's
-// directory and renamed into place once complete, so a failed run never leaves a partial file.
-struct OutputFile {
-  FILE *fp;
-  const char *msg;
-  char path[4096];
-  char tmppath[4160];
-};
-
-// Opens a temporary file next to path; on failure reports msg through perror and ends the
-// process, as a failed open of the file itself would.
-void OpenOutputFile(const char *path, const char *msg, OutputFile *out);
-// Closes the temporary file and renames it to the target; a failed write ends the process and
-// leaves no file behind.
-void CloseOutputFile(OutputFile *out);
-
 // Number of (vertex, hyperedge) pairs on which the incidence lists and the pin lists disagree,
 // counted from both sides; 0 for a consistent hypergraph.
 int CountIncidenceMismatches(const HGraph *graph);
@@ -37,6 +21,10 @@ struct RunInput {
 // the process with an input error.
 void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, RunInput *in);
 // Writes the partition (to outfile, or next to graphfile when null), prints its quality and the
-// timing block with the given partitioning time, and releases the input.
+// timing block with the given partitioning time, and releases the input. A partition file that
+// cannot be written ends the process with failure_status.
 void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outfile,
-               double part_time);
+               double part_time, int failure_status);
+// Writes the partition file named by WriteHGraphPart's rule; a failed write ends the process with
+// failure_status.
+void WriteHGraphPartStatus(int nvtxs, const int *part, const char *filename, int failure_status);

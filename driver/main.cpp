@@ -50,6 +50,6 @@ int main(int argc, char *argv[]) {
                       graph->netwgt, nparts, ubfactor, options, in.part, &edgecut);
   const double end_part = seconds__();
 
-  FinishRun(&in, nparts, graphfile, nullptr, end_part + part_time);
+  FinishRun(&in, nparts, graphfile, nullptr, end_part + part_time, 0);
   return 0;
 }

@@ -6,13 +6,14 @@
 #include "core/core.h"
 #include "driver/driver.h"
 #include "driver/driver_internal.h"
+#include "io/io.h"
 
 namespace {
 
 // Writes the partition to a file of the caller's choosing, completely or not at all.
-void WritePartitionTo(int nvtxs, const int *part, const char *path) {
+void WritePartitionTo(int nvtxs, const int *part, const char *path, int failure_status) {
   OutputFile out;
-  OpenOutputFile(path, "hypra-advanced: partition file", &out);
+  OpenOutputFile(path, "hypra-advanced: partition file", failure_status, &out);
   for (int i = 0; i < nvtxs; i++) std::fprintf(out.fp, "%d\n", part[i]);
   CloseOutputFile(&out);
 }
@@ -40,15 +41,15 @@ void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, RunInp
 }
 
 void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outfile,
-               double part_time) {
+               double part_time, int failure_status) {
   HGraph *graph = in->graph;
   const int nvtxs = graph->nvtxs;
 
   double io_time = in->io_time - seconds__();
   if (outfile != nullptr)
-    WritePartitionTo(nvtxs, in->part, outfile);
+    WritePartitionTo(nvtxs, in->part, outfile, failure_status);
   else
-    WriteHGraphPart(nvtxs, in->part, graphfile);
+    WriteHGraphPartStatus(nvtxs, in->part, graphfile, failure_status);
   const double io_end = seconds__();
 
   PrintPartStatistics(nvtxs, graph->nhedges, nparts, graph->netptr, graph->netind, graph->netwgt,

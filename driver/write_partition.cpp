@@ -3,8 +3,9 @@
 
 #include "driver/driver.h"
 #include "driver/driver_internal.h"
+#include "io/io.h"
 
-void WriteHGraphPart(int nvtxs, const int *part, const char *filename) {
+void WriteHGraphPartStatus(int nvtxs, const int *part, const char *filename, int failure_status) {
   if (nvtxs < 1) errexit__("WriteHGraphPart: no vertices to write for %s", filename);
   // The name carries the number of parts actually used: one more than the largest part.
   const long long nparts = 1LL + part[iamax__(nvtxs, part)];
@@ -14,7 +15,11 @@ void WriteHGraphPart(int nvtxs, const int *part, const char *filename) {
     errexit__("WriteHGraphPart: the partition file name for %s is too long", filename);
 
   OutputFile out;
-  OpenOutputFile(partfile, "WriteHGraphPart: partfile", &out);
+  OpenOutputFile(partfile, "WriteHGraphPart: partfile", failure_status, &out);
   for (int i = 0; i < nvtxs; i++) std::fprintf(out.fp, "%d\n", part[i]);
   CloseOutputFile(&out);
+}
+
+void WriteHGraphPart(int nvtxs, const int *part, const char *filename) {
+  WriteHGraphPartStatus(nvtxs, part, filename, 0);
 }

@@ -112,7 +112,7 @@ std::string BenchPath(const char *name) {
 TEST(CoarsenProperties, BenchHypergraphsEveryScheme) {
   for (int ctype = 1; ctype <= 7; ctype++) {
     HGraph *g = testgraphs::ReadBench(BenchPath(ctype % 2 ? "ibm01.hgr" : "ibm01.weight.hgr"));
-    if (!g) GTEST_SKIP() << "bench files absent";
+    if (!g) GTEST_SKIP() << "benchmark hypergraphs absent from " << HYPRA_BENCH_DIR;
     CheckHierarchy(g, ctype);
   }
 }
@@ -166,17 +166,21 @@ void CheckRestricted(HGraph *g, int ctype, unsigned seed) {
 }
 
 TEST(CoarsenProperties, RestrictedKeepsTheCut) {
-  for (int ctype : {0, 1}) {
+  for (int ctype : {0, 1})
     CheckRestricted(testgraphs::Random(3000, 3500, 6, 9 + ctype), ctype, 5 + ctype);
+}
+
+TEST(CoarsenProperties, RestrictedKeepsTheCutOnBench) {
+  for (int ctype : {0, 1}) {
     HGraph *g = testgraphs::ReadBench(BenchPath("ibm02.hgr"));
-    if (!g) continue;
+    if (!g) GTEST_SKIP() << "benchmark hypergraph " << BenchPath("ibm02.hgr") << " absent";
     CheckRestricted(g, ctype, 7);
   }
 }
 
 TEST(CoarsenTiming, Ibm10HeavyFirst) {
   HGraph *g = testgraphs::ReadBench(BenchPath("ibm10.hgr"));
-  if (!g) GTEST_SKIP() << "bench files absent";
+  if (!g) GTEST_SKIP() << "benchmark hypergraphs absent from " << HYPRA_BENCH_DIR;
   PartCtrl ctrl = MakeCtrl(1, g);
   const int pins = g->netptr[g->nhedges];
   testrun::Seed(1);

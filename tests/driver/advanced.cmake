@@ -1,4 +1,4 @@
 hypra_test(test_advanced
   SOURCES advanced_cli_test.cpp
-  LIBS core parallel coarsen refine2 kway partition driver)
+  LIBS core parallel coarsen refine2 kway partition io driver)
 add_dependencies(test_advanced hypra_advanced)

@@ -29,7 +29,8 @@ std::map<std::string, std::pair<int, int>> ReadmeCounts(const std::string &dir) 
 
 TEST(ReadHGraphBench, CountsMatchTheTableAndPinsAreInRange) {
   const std::string dir = HYPRA_BENCH_DIR;
-  if (!std::filesystem::exists(dir + "/README.md")) GTEST_SKIP() << "no bench folder";
+  if (!std::filesystem::exists(dir + "/README.md"))
+    GTEST_SKIP() << "no benchmark folder at " << dir;
   const auto counts = ReadmeCounts(dir);
   ASSERT_EQ(counts.size(), 10u);
 

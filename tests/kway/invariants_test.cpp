@@ -136,7 +136,7 @@ INSTANTIATE_TEST_SUITE_P(KwayParts, GeneratedInvariants, testing::Values(3, 4, 8
 TEST(BenchInvariants, Ibm01) {
   const std::string path = std::string(HYPRA_BENCH_DIR) + "/ibm01.hgr";
   HGraph *g = ReadBench(path);
-  if (g == nullptr) GTEST_SKIP() << "no " << path;
+  if (g == nullptr) GTEST_SKIP() << "benchmark hypergraph " << path << " absent";
   CheckRefiner(g, 16, 16, false, false, 3);
   FreeHGraph__(g);
 }
@@ -144,7 +144,7 @@ TEST(BenchInvariants, Ibm01) {
 TEST(BenchInvariants, Ibm01WeightedSoed) {
   const std::string path = std::string(HYPRA_BENCH_DIR) + "/ibm01.weight.hgr";
   HGraph *g = ReadBench(path);
-  if (g == nullptr) GTEST_SKIP() << "no " << path;
+  if (g == nullptr) GTEST_SKIP() << "benchmark hypergraph " << path << " absent";
   CheckRefiner(g, 64, 0, true, true, 4);
   FreeHGraph__(g);
 }
@@ -153,7 +153,7 @@ TEST(BenchInvariants, Ibm01WeightedSoed) {
 TEST(BenchInvariants, DISABLED_TenPassesOnIbm10) {
   const std::string path = std::string(HYPRA_BENCH_DIR) + "/ibm10.hgr";
   HGraph *g = ReadBench(path);
-  if (g == nullptr) GTEST_SKIP() << "no " << path;
+  if (g == nullptr) GTEST_SKIP() << "benchmark hypergraph " << path << " absent";
   PartCtrl ctrl = MakeCtrl(16, 1.1f);
   std::vector<int> where(g->nvtxs);
   for (int v = 0; v < g->nvtxs; v++) where[v] = v % 16;

@@ -261,7 +261,7 @@ namespace {
 TEST(KwayVCycleBench, Ibm01NeverAboveItsInputCut) {
   const std::string path = std::string(HYPRA_BENCH_DIR) + "/ibm01.hgr";
   HGraph *g = ReadBench(path);
-  if (g == nullptr) GTEST_SKIP() << "no " << path;
+  if (g == nullptr) GTEST_SKIP() << "benchmark hypergraph " << path << " absent";
   const int k = 8;
   std::vector<int> where(g->nvtxs), pw(k, 0);
   for (int v = 0; v < g->nvtxs; v++) pw[where[v] = (v / 7) % k] += g->cellwgt[v];

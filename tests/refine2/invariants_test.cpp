@@ -119,7 +119,8 @@ TEST(Invariants, EveryRefinerOnGeneratedHypergraphs) {
 
 TEST(Invariants, RefinersOnBenchmark) {
   HGraph *g = r2test::ReadBench("ibm01.hgr");
-  if (g == nullptr) GTEST_SKIP() << "benchmark hypergraphs not available";
+  if (g == nullptr)
+    GTEST_SKIP() << "benchmark hypergraph ibm01.hgr absent from " << HYPRA_BENCH_DIR;
   for (Refiner r : {kFM, kEEFM, kOneWay}) {
     PartCtrl ctrl = r2test::Ctrl();
     testrun::Seed(5);
@@ -133,7 +134,8 @@ TEST(Invariants, RefinersOnBenchmark) {
   FreeHGraph__(g);
 
   g = r2test::ReadBench("ibm02.weight.hgr");
-  if (g == nullptr) GTEST_SKIP() << "weighted benchmark hypergraph not available";
+  if (g == nullptr)
+    GTEST_SKIP() << "benchmark hypergraph ibm02.weight.hgr absent from " << HYPRA_BENCH_DIR;
   ctrl = r2test::Ctrl();
   testrun::Seed(9);
   Greedy(g);
@@ -172,7 +174,8 @@ TEST(Invariants, MultilevelOnGeneratedHypergraph) {
 
 TEST(Invariants, MultilevelOnBenchmark) {
   HGraph *g = r2test::ReadBench("ibm01.hgr");
-  if (g == nullptr) GTEST_SKIP() << "benchmark hypergraphs not available";
+  if (g == nullptr)
+    GTEST_SKIP() << "benchmark hypergraph ibm01.hgr absent from " << HYPRA_BENCH_DIR;
   testrun::Seed(1);
   Multilevel(g, 3);
   FreeHGraph__(g);
