@@ -2,6 +2,7 @@
 // the options vector on a flag, a seed that makes whole runs reproducible, the direct k-way path
 // and a chosen partition file name.
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -23,7 +24,8 @@ void PrintUsage(FILE *out, const char *program) {
   std::fprintf(out,
                "Usage: %s GraphFile Nparts UBfactor [--fix FILE] [--runs N] [--ctype C] "
                "[--rtype R]\n"
-               "       [--vcycle V] [--reconst] [--seed S] [--dbglvl D] [--kway] [--out FILE]\n",
+               "       [--vcycle V] [--reconst] [--seed S] [--dbglvl D] [--kway] [--out FILE]\n"
+               "       [--threads N]\n",
                program);
   std::fprintf(out, "Where:\n");
   std::fprintf(out, " GraphFile   : name of the hypergraph file\n");
@@ -49,6 +51,9 @@ void PrintUsage(FILE *out, const char *program) {
   std::fprintf(out, " --kway      : partition directly into Nparts parts instead of bisecting\n");
   std::fprintf(out,
                " --out FILE  : write the partition to FILE instead of GraphFile.part.Nparts\n");
+  std::fprintf(out,
+               " --threads N : parallel mode on N threads: the same result for every N (and a\n"
+               "               different one from the run without --threads)\n");
   std::fprintf(out, " --help      : print this text\n");
 }
 
@@ -82,6 +87,7 @@ struct Arguments {
   bool seeded = false;
   int seed = -1;
   bool kway = false;
+  int threads = 0;  // 0: the serial run
 };
 
 Arguments ParseArguments(int argc, char *argv[]) {
@@ -108,8 +114,9 @@ Arguments ParseArguments(int argc, char *argv[]) {
       a.kway = true;
       continue;
     }
-    static const char *const kWithValue[] = {"--fix",    "--runs", "--ctype",  "--rtype",
-                                             "--vcycle", "--seed", "--dbglvl", "--out"};
+    static const char *const kWithValue[] = {"--fix",    "--runs",   "--ctype",
+                                             "--rtype",  "--vcycle", "--seed",
+                                             "--dbglvl", "--out",    "--threads"};
     bool known = false;
     for (const char *flag : kWithValue) known = known || std::strcmp(arg, flag) == 0;
     if (!known) UsageError(program, "unknown option '%s'", arg);
@@ -129,6 +136,10 @@ Arguments ParseArguments(int argc, char *argv[]) {
       a.vcycle = ParseInt(program, arg, value);
     } else if (std::strcmp(arg, "--dbglvl") == 0) {
       a.dbglvl = ParseInt(program, arg, value);
+    } else if (std::strcmp(arg, "--threads") == 0) {
+      a.threads = ParseInt(program, arg, value);
+      if (a.threads < 1 || a.threads > 4096)
+        UsageError(program, "--threads should be between 1 and 4096, not %s", value);
     } else {
       a.seed = ParseInt(program, arg, value);
       a.seeded = true;
@@ -162,6 +173,27 @@ void CheckOutput(const char *program, const Arguments &a) {
   std::exit(kOutputError);
 }
 
+// The parallel mode through the parameters record; `part` holds the fixed parts on entry when a
+// fix file was read.
+void PartitionInParallel(const Arguments &args, const HGraph *graph, int *part, int *objective) {
+  HYPRA_Params params;
+  HYPRA_DefaultParams(&params);
+  params.method = args.kway ? HYPRA_DIRECT : HYPRA_RECURSIVE;
+  params.nparts = args.nparts;
+  params.ubfactor = args.ubfactor;
+  params.runs = args.runs;
+  params.ctype = args.ctype;
+  params.rtype = args.rtype;
+  params.vcycle = args.vcycle;
+  params.reconst = args.reconst;
+  params.seed = args.seed;
+  params.fixed = args.fixfile != nullptr ? part : nullptr;
+  params.threads = args.threads;
+  params.dbglvl = args.dbglvl;
+  HYPRA_Partition(graph->nvtxs, graph->nhedges, graph->cellwgt, graph->netptr, graph->netind,
+                  graph->netwgt, &params, part, objective);
+}
+
 }  // namespace
 
 int main(int argc, char *argv[]) {
@@ -192,14 +224,20 @@ int main(int argc, char *argv[]) {
 
   int objective = 0;
   const double part_time = -seconds__();
-  if (args.kway)
+  const auto wall_start = std::chrono::steady_clock::now();
+  if (args.threads > 0)
+    PartitionInParallel(args, graph, in.part, &objective);
+  else if (args.kway)
     HYPRA_PartKway(nvtxs, graph->nhedges, graph->cellwgt, graph->netptr, graph->netind,
                    graph->netwgt, nparts, ubfactor, options, in.part, &objective);
   else
     HYPRA_PartRecursive(nvtxs, graph->nhedges, graph->cellwgt, graph->netptr, graph->netind,
                         graph->netwgt, nparts, ubfactor, options, in.part, &objective);
   const double end_part = seconds__();
+  const double wall =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - wall_start).count();
 
-  FinishRun(&in, nparts, graphfile, args.outfile, end_part + part_time, kOutputError);
+  FinishRun(&in, nparts, graphfile, args.outfile, end_part + part_time, kOutputError,
+            args.threads > 0 ? wall : -1.0, args.threads);
   return 0;
 }

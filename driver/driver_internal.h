@@ -21,10 +21,11 @@ struct RunInput {
 // the process with an input error.
 void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, RunInput *in);
 // Writes the partition (to outfile, or next to graphfile when null), prints its quality and the
-// timing block with the given partitioning time, and releases the input. A partition file that
-// cannot be written ends the process with failure_status.
+// timing block with the given partitioning time (and, for the parallel mode, the wall-clock time
+// on that many threads), and releases the input. A partition file that cannot be written ends the
+// process with failure_status.
 void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outfile,
-               double part_time, int failure_status);
+               double part_time, int failure_status, double wall_time = -1.0, int threads = 0);
 // Writes the partition file named by WriteHGraphPart's rule; a failed write ends the process with
 // failure_status.
 void WriteHGraphPartStatus(int nvtxs, const int *part, const char *filename, int failure_status);

@@ -41,7 +41,7 @@ void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, RunInp
 }
 
 void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outfile,
-               double part_time, int failure_status) {
+               double part_time, int failure_status, double wall_time, int threads) {
   HGraph *graph = in->graph;
   const int nvtxs = graph->nvtxs;
 
@@ -57,6 +57,9 @@ void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outf
 
   std::printf("\n\nTiming Information ---------------------------------------------------------");
   std::printf("\n  Partitioning Time:\t\t %7.3fsec", part_time);
+  // Beside others the threads' CPU times add up; the wall clock tells how long it took.
+  if (wall_time >= 0)
+    std::printf(" (CPU, %d threads)\n    Wall-clock Time:\t\t %7.3fsec", threads, wall_time);
   std::printf("\n           I/O Time:\t\t %7.3fsec", io_end + io_time);
   std::printf(
       "\n*******************************************************************************\n");

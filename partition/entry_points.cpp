@@ -300,7 +300,7 @@ extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const i
     errexit__("HYPRA_Partition: threads should be between 0 and 4096, not %d.", params->threads);
   if (params->fixed != nullptr && nvtxs > 0) {
     if (part == nullptr) errexit__("HYPRA: the part array is missing.");
-    icopy__(nvtxs, params->fixed, part);
+    if (params->fixed != part) icopy__(nvtxs, params->fixed, part);
   }
   const int options[9] = {1,
                           params->runs,

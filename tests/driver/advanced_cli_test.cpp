@@ -3,6 +3,7 @@
 // and bad arguments end with a message and a non-zero status.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
@@ -190,6 +191,55 @@ TEST(AdvancedCli, SameSeedSameOutput) {
   }
 }
 
+// The parallel mode: the same partition file and the same lines (times aside) for every thread
+// count, for both methods and with a fix file; the timing block tells CPU from wall-clock time.
+TEST(AdvancedCli, ThreadsGiveTheSameBytesForEveryCount) {
+  ScratchDir dir;
+  dir.Write("ring.hgr", RingFile(600));
+  std::string fix;
+  for (int v = 0; v < 600; v++) fix += v % 50 == 0 ? std::to_string(v / 50 % 4) + "\n" : "-1\n";
+  dir.Write("ring.fix", fix);
+  const std::vector<std::vector<std::string>> settings = {
+      {"ring.hgr", "4", "5", "--seed", "9", "--dbglvl", "152"},
+      {"ring.hgr", "4", "5", "--seed", "9", "--dbglvl", "152", "--kway"},
+      {"ring.hgr", "4", "5", "--seed", "9", "--fix", "ring.fix", "--vcycle", "3"},
+      {"ring.hgr", "7", "10", "--seed", "2", "--ctype", "4", "--rtype", "3"}};
+  for (const auto &setting : settings) {
+    std::string firstout, firstpart;
+    for (const char *threads : {"1", "2", "3", "8"}) {
+      std::vector<std::string> args = setting;
+      args.insert(args.end(), {"--threads", threads, "--out", "ring.part"});
+      const auto r = RunAdvanced(args, dir.path);
+      ASSERT_EQ(r.status, 0) << r.err;
+      EXPECT_NE(r.out.find("sec (CPU, " + std::string(threads) + " threads)\n    Wall-clock Time:"),
+                std::string::npos)
+          << r.out;
+      const std::string part = ReadFile(dir.File("ring.part"));
+      if (firstpart.empty()) {
+        firstout = WithoutTimes(r.out);
+        firstpart = part;
+      } else {
+        EXPECT_EQ(WithoutTimes(r.out), firstout) << setting[1] << " parts, " << threads;
+        EXPECT_EQ(part, firstpart) << setting[1] << " parts, " << threads;
+      }
+    }
+    if (std::find(setting.begin(), setting.end(), "--fix") != setting.end()) {
+      const std::vector<int> parts = ReadParts(dir.File("ring.part"));
+      for (int v = 0; v < 600; v += 50) EXPECT_EQ(parts[v], v / 50 % 4) << v;
+    }
+  }
+}
+
+TEST(AdvancedCli, ThreadsOutOfRangeAreRefused) {
+  ScratchDir dir;
+  dir.Write("ring.hgr", RingFile(60));
+  for (const char *threads : {"0", "-2", "5000"}) {
+    const auto r = RunAdvanced({"ring.hgr", "2", "5", "--threads", threads}, dir.path);
+    EXPECT_NE(r.status, 0) << threads;
+    EXPECT_NE(r.err.find("--threads should be between 1 and 4096"), std::string::npos) << r.err;
+  }
+}
+
 TEST(AdvancedCli, KwayReportsTheObjectivesOfItsPartition) {
   ScratchDir dir;
   dir.Write("ring.hgr", RingFile(300));
@@ -261,8 +311,9 @@ TEST(AdvancedCli, HelpListsEveryFlag) {
   EXPECT_EQ(r.status, 0);
   EXPECT_EQ(r.err, "");
   EXPECT_EQ(r.out.find("Usage: " + Program() + " GraphFile Nparts UBfactor"), 0u);
-  for (const char *flag : {"--fix FILE", "--runs N", "--ctype C", "--rtype R", "--vcycle V",
-                           "--reconst", "--seed S", "--dbglvl D", "--kway", "--out FILE", "--help"})
+  for (const char *flag :
+       {"--fix FILE", "--runs N", "--ctype C", "--rtype R", "--vcycle V", "--reconst", "--seed S",
+        "--dbglvl D", "--kway", "--out FILE", "--threads N", "--help"})
     EXPECT_NE(r.out.find("\n " + std::string(flag) + " "), std::string::npos) << flag;
 }
 
