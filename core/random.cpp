@@ -1,13 +1,16 @@
 // Random seeding, the run record and the two permutation routines. The exact sequence of draws
 // fixes every random choice made after a seed, so the draws here must not be reordered.
+#include <atomic>
 #include <ctime>
 
 #include "core/core.h"
 
 namespace {
 
-bool clock_pinned = false;
-long long pinned_clock = 0;
+// The clock pin is process-wide (a program sets it once, before partitioning); atomics keep a
+// read on one thread and a change on another from being a data race.
+std::atomic<bool> clock_pinned{false};
+std::atomic<long long> pinned_clock{0};
 
 // truncate(r * range * 2^-31): a draw taken as uniform over 0 .. 2^31-1.
 inline int ScaledIndex(int r, int range) {
@@ -22,12 +25,12 @@ inline void FillIdentity(int *p, int n) {
 }  // namespace
 
 long long ClockSeed__() {
-  return clock_pinned ? pinned_clock : static_cast<long long>(std::time(nullptr));
+  return clock_pinned ? pinned_clock.load() : static_cast<long long>(std::time(nullptr));
 }
 
 void SetClockOverride__(long long value) {
-  clock_pinned = true;
   pinned_clock = value;
+  clock_pinned = true;
 }
 
 void ClearClockOverride__() {
