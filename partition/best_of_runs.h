@@ -220,27 +220,44 @@ BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, i
   std::free(runs);
 
   if (ctrl->Vcycle == 1) {
-    RunState final;
-    InitRunState__(&final, 0);
-    SeedStream__(&final.rng, ctrl->Seed, ctrl->Place, nruns);
-    final.out = ctrl->run->out;
-    PartCtrl c = *ctrl;
-    c.run = &final;
-    graph->where = imalloc__(nvtxs, "BestOfRuns: where");
-    method.StartFinalVCycles(graph, pgraph);
+    // The kept partitions' V-cycles side by side too, each on a copy of the hypergraph and a
+    // stream of its own; the best is chosen in slot order.
+    struct FinalSlot {
+      RunState run;
+      OutputBuffer out;
+      int *where;
+      int obj;
+    } slots[3];
+    ForEachTask__(ctrl->Sched, keep.count, [&](int i) {
+      FinalSlot &slot = slots[i];
+      InitRunState__(&slot.run, 0);
+      SeedStream__(&slot.run.rng, ctrl->Seed, ctrl->Place, static_cast<int64_t>(nruns) + i);
+      slot.out = OutputBuffer{nullptr, 0, 0};
+      slot.run.out = &slot.out;
+      PartCtrl c = *ctrl;
+      c.run = &slot.run;
+      HGraph *g = CopyRunGraph__(graph);
+      g->where = keep.parts[i];
+      keep.parts[i] = nullptr;
+      method.SetObjective(g, keep.objs[i]);
+      method.VCycles(&c, g);
+      slot.obj = method.Objective(g);
+      slot.where = g->where;
+      g->where = nullptr;
+      FreeHGraph__(g);
+    });
     for (int i = 0; i < keep.count; i++) {
-      icopy__(nvtxs, keep.parts[i], graph->where);
-      method.SetObjective(graph, keep.objs[i]);
-      method.VCycles(&c, graph);
-      if (method.Objective(graph) < best) {
-        icopy__(nvtxs, graph->where, part);
-        best = method.Objective(graph);
+      FinalSlot &slot = slots[i];
+      EmitOutput__(ctrl, &slot.out);
+      if (slot.obj < best) {
+        icopy__(nvtxs, slot.where, part);
+        best = slot.obj;
       }
-      RVfree__(&keep.parts[i]);
-      method.ReleaseWork(graph);
+      RVfree__(&slot.where);
+      FreeOutput__(&slot.out);
+      FreeRunState__(&slot.run);
     }
     FreeRootHGraph__(graph);
-    FreeRunState__(&final);
   }
   FreeHGraph__(pgraph);
   return BestOfRunsResult{best, total};
