@@ -41,6 +41,13 @@
 #ifndef HYPRA_H
 #define HYPRA_H
 
+/* The entry points are the library's only exported symbols; everything else stays inside. */
+#if defined(__GNUC__) && !defined(_WIN32)
+#define HYPRA_API __attribute__((visibility("default")))
+#else
+#define HYPRA_API
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -56,14 +63,15 @@ extern "C" {
  *             it must hold on entry -1 for a free vertex or the part a vertex is fixed to;
  *   edgecut   receives the weight of the cut hyperedges.
  */
-void HYPRA_PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
-                         const int *hewgts, int nparts, int ubfactor, const int *options, int *part,
-                         int *edgecut);
+HYPRA_API void HYPRA_PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                                   const int *eind, const int *hewgts, int nparts, int ubfactor,
+                                   const int *options, int *part, int *edgecut);
 
 /* As HYPRA_PartRecursive, but never runs the final k-way refinement. */
-void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
-                                 const int *eind, const int *hewgts, int nparts, int ubfactor,
-                                 const int *options, int *part, int *edgecut);
+HYPRA_API void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *vwgts,
+                                           const int *eptr, const int *eind, const int *hewgts,
+                                           int nparts, int ubfactor, const int *options, int *part,
+                                           int *edgecut);
 
 /*
  * Partitions the hypergraph into nparts parts directly: each of options[1] trials coarsens the
@@ -81,9 +89,9 @@ void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *vwgts, const
  * (0..nparts-1) of every vertex; objective  receives the best objective found: the cut weight with
  * options[3] = 1, else the SOED.
  */
-void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
-                    const int *hewgts, int nparts, int ubfactor, const int *options, int *part,
-                    int *objective);
+HYPRA_API void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                              const int *eind, const int *hewgts, int nparts, int ubfactor,
+                              const int *options, int *part, int *objective);
 
 /*
  * Improves a bisection the caller already has by 10 passes of FM refinement, whatever the
@@ -93,8 +101,9 @@ void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const int *eptr, c
  *   part      nvtxs ints, 0 or 1 each: the bisection on entry, the refined bisection on return;
  *   edgecut   receives its cut.
  */
-void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
-                      const int *hewgts, int ubfactor, const int *options, int *part, int *edgecut);
+HYPRA_API void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                                const int *eind, const int *hewgts, int ubfactor,
+                                const int *options, int *part, int *edgecut);
 
 /* Methods of HYPRA_Partition. */
 #define HYPRA_RECURSIVE 0 /* recursive bisection, then k-way refinement for 3 to 64 parts */
@@ -122,7 +131,7 @@ typedef struct HYPRA_Params {
   int dbglvl;       /* diagnostic output, as options[8]                                    (0) */
 } HYPRA_Params;
 
-void HYPRA_DefaultParams(HYPRA_Params *params);
+HYPRA_API void HYPRA_DefaultParams(HYPRA_Params *params);
 
 /*
  * Partitions the hypergraph as `params` asks. part receives the part of every vertex and
@@ -135,8 +144,9 @@ void HYPRA_DefaultParams(HYPRA_Params *params);
  * differ from those of threads = 0, which draws every run from one sequence. Fixed vertices are
  * honoured by HYPRA_RECURSIVE only.
  */
-int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
-                    const int *hewgts, const HYPRA_Params *params, int *part, int *objective);
+HYPRA_API int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                              const int *eind, const int *hewgts, const HYPRA_Params *params,
+                              int *part, int *objective);
 
 #ifdef __cplusplus
 }

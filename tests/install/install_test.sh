@@ -10,6 +10,15 @@ trap 'rm -rf "$work"' EXIT
 cmake --install "$build_dir" --prefix "$work/prefix" >/dev/null
 test -x "$work/prefix/bin/hypra"
 test -f "$work/prefix/include/hypra.h"
+# The shared library exports the HYPRA_ entry points and nothing else.
+shared=$(find "$work/prefix" -name 'libhypra.so.*' -type f | head -n 1)
+test -n "$shared"
+others=$(nm -D --defined-only "$shared" | awk '{print $3}' | grep -v '^HYPRA_' || true)
+if [ -n "$others" ]; then
+  echo "libhypra.so exports more than the entry points:" >&2
+  echo "$others" >&2
+  exit 1
+fi
 
 cmake -S "$source_dir/consumer" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 cmake --build "$work/consumer" >/dev/null
@@ -19,4 +28,5 @@ pcdir=$(dirname "$(find "$work/prefix" -name hypra.pc | head -n 1)")
 flags=$(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs hypra)
 # shellcheck disable=SC2086
 cc "$source_dir/consumer/main.c" $flags -o "$work/pkgconfig_consumer"
-"$work/pkgconfig_consumer"
+# -lhypra finds the shared library first; the loader is told where it was installed.
+LD_LIBRARY_PATH="$(dirname "$pcdir")" "$work/pkgconfig_consumer"
