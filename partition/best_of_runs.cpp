@@ -6,7 +6,7 @@
 bool WantsVCycles__(const PartCtrl *ctrl, int obj, int best, bool improved) {
   switch (ctrl->Vcycle) {
     case 3:
-      return best * 1.2 > obj || obj - best < 20;
+      return best * 1.2 > obj || static_cast<long long>(obj) - best < 20;
     case 2:
       return obj <= best || improved;
     default:

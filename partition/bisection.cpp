@@ -132,9 +132,15 @@ int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
   CreateIncidentHGraph__(graph);
   HGraph *pgraph = PruneHGraph__(ctrl, graph);
 
-  const int impossible = iasum__(graph->nhedges, graph->netwgt) + 1;
+  // A cut no bisection reaches: the total hyperedge weight plus one. Negative weights can make a
+  // cut (a sum of some of the weights) exceed the total, so the start is never below the sum of
+  // the positive weights plus one.
+  int impossible = iasum__(graph->nhedges, graph->netwgt) + 1;
+  long long positive = 0;
+  for (int e = 0; e < graph->nhedges; e++) positive += graph->netwgt[e] > 0 ? graph->netwgt[e] : 0;
+  if (positive >= impossible) impossible = static_cast<int>(positive + 1);
   int bestcut = impossible, bestpruned = impossible;
-  int totalcut = 0;
+  long long totalcut = 0;  // Nruns cuts may add up to more than an int holds
 
   ctrl->MaxCellWgt = ComputeMaxCellWgt__(ctrl, nvtxs, graph->cellwgt);
 
