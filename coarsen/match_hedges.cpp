@@ -83,8 +83,13 @@ void MatchHedges(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue
   const int nvtxs = graph->nvtxs, nfixed = std::clamp(graph->nfixed, 0, nvtxs);
   const bool plain = scheme == HEDGES_ONLY;
   RVfree__(&graph->mptr, &graph->mind, &graph->cellmap);
+  // An empty hyperedge becomes a group without members, so there can be a group per vertex and
+  // one more per empty hyperedge.
+  int nempty = 0;
+  for (int h = 0; h < graph->nhedges; h++) nempty += graph->netptr[h + 1] == graph->netptr[h];
   Grouping g;
-  g.mptr = imalloc__(nvtxs + 1, plain ? "Match_Hedges: graph->mptr" : "HGraphMatch: graph->mptr");
+  g.mptr = imalloc__(static_cast<long long>(nvtxs) + 1 + nempty,
+                     plain ? "Match_Hedges: graph->mptr" : "HGraphMatch: graph->mptr");
   g.mind = imalloc__(nvtxs, plain ? "Match_Hedges: graph->mind" : "HGraphMatch: graph->mind");
   g.cellmap =
       ismalloc__(nvtxs, -1, plain ? "Match_Hedges: graph->cellmap" : "HGraphMatch: graph->cellmap");

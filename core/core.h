@@ -5,6 +5,7 @@
 // names its purpose, and released through RVfree__, which nulls every pointer it frees.
 #pragma once
 
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 
@@ -191,6 +192,16 @@ HGraph *CopyRunGraph__(const HGraph *graph);
 // the per-run fields start empty. Released by FreeRunView__, which frees only the run's fields.
 HGraph *CreateRunView__(const HGraph *graph);
 void FreeRunView__(HGraph *view);
+
+// Limits on weights, so that every sum the engine forms fits an int: the total vertex weight
+// (doubled by the coarsening limit) and the sum over hyperedges of |weight| x max(size, 1), which
+// bounds every cut, the recursion's sum of cuts and the sum of external degrees.
+constexpr int kMaxTotalCellWgt = INT_MAX / 2;
+constexpr int kMaxWeightedPins = INT_MAX - 1;
+// 0 when the weights (null arrays mean unit weights) are within those limits and no vertex weight
+// is negative (hyperedge weights count by magnitude); otherwise 1 with the reason in why.
+int WeightLimitProblem__(int nvtxs, int nhedges, const int *cellwgt, const int *netptr,
+                         const int *netwgt, char *why, int size);
 
 // ---------------------------------------------------------------------------------------------
 // Runtime support

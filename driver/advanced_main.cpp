@@ -216,7 +216,8 @@ int main(int argc, char *argv[]) {
                           args.dbglvl};
 
   RunInput in;
-  ReadRunInput(graphfile, args.fixfile, nparts, &in);
+  // Weights and fix-file entries must be whole integers here; hypra reads them as far as they go.
+  ReadRunInput(graphfile, args.fixfile, nparts, 1, &in);
   HGraph *graph = in.graph;
   const int nvtxs = graph->nvtxs;
 

@@ -8,6 +8,11 @@
 int GetNetListSize(const char *filename);
 HGraph *ReadHGraph(const char *filename);
 void ReadPartition(int nvtxs, int *part, const char *filename);
+// The same readers with strict set: a weight or fix-file entry that is not a whole integer
+// ("5.5", "1e3", "abc", or nothing) ends the process with a message naming file and line,
+// instead of being read as far as it goes.
+HGraph *ReadHGraphChecked(const char *filename, int strict);
+void ReadPartitionChecked(int nvtxs, int *part, const char *filename, int strict);
 void WriteHGraphPart(int nvtxs, const int *part, const char *filename);
 
 // The header printed before partitioning; mode 1 is recursive bisection, anything else k-way.

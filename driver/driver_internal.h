@@ -17,9 +17,9 @@ struct RunInput {
   double io_time;
 };
 
-// Reads the hypergraph and the optional fix file; a fix file naming nparts or more sets ends
-// the process with an input error.
-void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, RunInput *in);
+// Reads the hypergraph and the optional fix file (strictly when strict is set, see
+// ReadHGraphChecked); a fix file naming nparts or more sets ends the process with an input error.
+void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, int strict, RunInput *in);
 // Writes the partition (to outfile, or next to graphfile when null), prints its quality and the
 // timing block with the given partitioning time (and, for the parallel mode, the wall-clock time
 // on that many threads), and releases the input. A partition file that cannot be written ends the

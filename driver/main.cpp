@@ -39,7 +39,7 @@ int main(int argc, char *argv[]) {
   const int options[9] = {1, 10, 1, 1, 1, 0, fixfile != nullptr ? 1 : 0, -1, 8};
 
   RunInput in;
-  ReadRunInput(graphfile, fixfile, nparts, &in);
+  ReadRunInput(graphfile, fixfile, nparts, 0, &in);
   HGraph *graph = in.graph;
 
   PrintInfo(graph, nparts, ubfactor, options, graphfile, 1);

@@ -22,12 +22,45 @@ char *NewLineBuffer() {
   return static_cast<char *>(RVmalloc__(kLineSize, "ReadHGraph: line"));
 }
 
-// The next line that is not a comment, or null at the end of the file.
-char *NextLine(FILE *fp, char *line) {
+// The next line that is not a comment, or null at the end of the file. lineno counts the lines
+// read, so that a message can name the line at fault.
+char *NextLine(FILE *fp, char *line, long *lineno) {
   do {
     if (std::fgets(line, kLineSize, fp) == nullptr) return nullptr;
+    ++*lineno;
   } while (line[0] == '%');
   return line;
+}
+
+// Whether the text at p, after blanks, is a whole decimal integer: digits (after an optional
+// sign) followed by a blank or the end of the line. "5.5", "1e3" and "abc" are not.
+bool WholeInteger(const char *p) {
+  while (*p == ' ' || *p == '\t') p++;
+  if (*p == '+' || *p == '-') p++;
+  if (*p < '0' || *p > '9') return false;
+  while (*p >= '0' && *p <= '9') p++;
+  return *p == '\0' || *p == ' ' || *p == '\t' || *p == '\n' || *p == '\r' || *p == '\v' ||
+         *p == '\f';
+}
+
+// The first token of the text at p, for a message.
+void FirstToken(const char *p, char *token, int size) {
+  while (*p == ' ' || *p == '\t') p++;
+  int n = 0;
+  while (n < size - 1 && p[n] != '\0' && p[n] != ' ' && p[n] != '\t' && p[n] != '\n' &&
+         p[n] != '\r')
+    n++;
+  std::memcpy(token, p, n);
+  token[n] = '\0';
+}
+
+// In strict reading, a weight must be written as a whole integer.
+void RequireWholeInteger(const char *p, const char *what, const char *filename, long lineno) {
+  if (WholeInteger(p)) return;
+  char token[64];
+  FirstToken(p, token, sizeof(token));
+  if (token[0] == '\0') errexit__("File %s, line %ld: the %s is missing", filename, lineno, what);
+  errexit__("File %s, line %ld: the %s '%s' is not a whole number", filename, lineno, what, token);
 }
 
 // Scans up to three decimal numbers the way "%d %d %d" does, but refuses a value that does not
@@ -47,9 +80,9 @@ int ScanHeaderNumbers(const char *line, const char *filename, int *values) {
   return n;
 }
 
-Header ReadHeader(FILE *fp, char *line, const char *filename) {
+Header ReadHeader(FILE *fp, char *line, const char *filename, long *lineno) {
   int values[3] = {0, 0, 0};
-  if (NextLine(fp, line) == nullptr || ScanHeaderNumbers(line, filename, values) < 2)
+  if (NextLine(fp, line, lineno) == nullptr || ScanHeaderNumbers(line, filename, values) < 2)
     errexit__("Malformed header in file %s: expected the numbers of hyperedges and vertices",
               filename);
   Header h{values[0], values[1], values[2]};
@@ -69,8 +102,8 @@ bool HasCellWeights(int fmt) {
 }
 
 // The line holding hyperedge i, with the checks common to both passes.
-char *HyperedgeLine(FILE *fp, char *line, int i) {
-  if (NextLine(fp, line) == nullptr)
+char *HyperedgeLine(FILE *fp, char *line, int i, long *lineno) {
+  if (NextLine(fp, line, lineno) == nullptr)
     errexit__("Data about hyperedge %d missing from the input file!\n", i);
   // One read returns at most kLineSize - 1 characters, so this never fires: an overlong line is
   // taken as several lines, which is the reader's established behaviour.
@@ -102,11 +135,12 @@ void CountTokens(const char *line, PinCount *count) {
 PinCount CountPins(const char *filename) {
   FILE *fp = RVfopen__(filename, "r", "Can't open input file");
   char *line = NewLineBuffer();
-  const Header h = ReadHeader(fp, line, filename);
+  long lineno = 0;
+  const Header h = ReadHeader(fp, line, filename, &lineno);
 
   PinCount count{0, 0};
   for (int i = 0; i < h.nhedges; i++) {
-    HyperedgeLine(fp, line, i);
+    HyperedgeLine(fp, line, i, &lineno);
     CountTokens(line, &count);
     // The weight token is counted with the vertices and taken off again.
     if (HasNetWeights(h.fmt)) count.pins--;
@@ -125,15 +159,6 @@ int WeightValue(long value, const char *what, int index, const char *filename) {
   return static_cast<int>(value);
 }
 
-// Sums of weights must stay within int for every later total to be meaningful.
-void CheckWeightTotal(int n, const int *wgt, const char *what, const char *filename) {
-  if (wgt == nullptr) return;
-  long long total = 0;
-  for (int i = 0; i < n; i++) total += wgt[i] < 0 ? -static_cast<long long>(wgt[i]) : wgt[i];
-  if (total > INT_MAX)
-    errexit__("The %s weights of file %s add up to more than %d", what, filename, INT_MAX);
-}
-
 }  // namespace
 
 int GetNetListSize(const char *filename) {
@@ -141,12 +166,17 @@ int GetNetListSize(const char *filename) {
 }
 
 HGraph *ReadHGraph(const char *filename) {
+  return ReadHGraphChecked(filename, 0);
+}
+
+HGraph *ReadHGraphChecked(const char *filename, int strict) {
   const PinCount count = CountPins(filename);
   const int bound = static_cast<int>(count.pins);
 
   FILE *fp = RVfopen__(filename, "r", "Can't open input file");
   char *line = NewLineBuffer();
-  const Header h = ReadHeader(fp, line, filename);
+  long lineno = 0;
+  const Header h = ReadHeader(fp, line, filename, &lineno);
   const int nhedges = h.nhedges, nvtxs = h.nvtxs;
   if (nhedges == INT_MAX)
     errexit__("File %s has too many hyperedges (%d) to store", filename, nhedges);
@@ -165,9 +195,10 @@ HGraph *ReadHGraph(const char *filename) {
   netptr[0] = 0;
   int npins = 0;
   for (int i = 0; i < nhedges; i++) {
-    const char *p = HyperedgeLine(fp, line, i);
+    const char *p = HyperedgeLine(fp, line, i, &lineno);
     char *end;
     if (netwgt != nullptr) {
+      if (strict) RequireWholeInteger(p, "hyperedge weight", filename, lineno);
       netwgt[i] = WeightValue(std::strtol(p, &end, 10), "hyperedge", i, filename);
       p = end;
     }
@@ -191,15 +222,21 @@ HGraph *ReadHGraph(const char *filename) {
   if (HasCellWeights(h.fmt)) {
     cellwgt = imalloc__(nvtxs, "main: cellwgt");
     for (int i = 0; i < nvtxs; i++) {
-      if (NextLine(fp, line) == nullptr)
+      if (NextLine(fp, line, &lineno) == nullptr)
         errexit__("Weights from vertex %d onwards missing from the input file!\n", i);
+      if (strict) RequireWholeInteger(line, "vertex weight", filename, lineno);
       cellwgt[i] = WeightValue(std::strtol(line, nullptr, 10), "vertex", i, filename);
     }
   }
   std::fclose(fp);
   RVfree__(&line, &marker);
-  CheckWeightTotal(nhedges, netwgt, "hyperedge", filename);
-  CheckWeightTotal(nvtxs, cellwgt, "vertex", filename);
+  // Weights whose sums the partitioner could not hold in an int are refused here, with the
+  // file's name, rather than overflowing later. Only weights the file gives are checked (no
+  // vertex is counted without them); the entry points check the unit weights of the vertex count.
+  char why[256];
+  if (WeightLimitProblem__(cellwgt != nullptr ? nvtxs : 0, nhedges, cellwgt, netptr, netwgt, why,
+                           sizeof(why)) != 0)
+    errexit__("File %s: %s", filename, why);
 
   HGraph *graph = CreateHGraph__();
   graph->nvtxs = nvtxs;

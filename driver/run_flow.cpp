@@ -20,16 +20,17 @@ void WritePartitionTo(int nvtxs, const int *part, const char *path, int failure_
 
 }  // namespace
 
-void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, RunInput *in) {
+void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, int strict,
+                  RunInput *in) {
   in->io_time = -seconds__();
-  in->graph = ReadHGraph(graphfile);
+  in->graph = ReadHGraphChecked(graphfile, strict);
   in->io_time += seconds__();
   const int nvtxs = in->graph->nvtxs;
 
   in->part = ismalloc__(nvtxs, 0, "main: part");
   if (fixfile != nullptr) {
     const double start = seconds__();
-    ReadPartition(nvtxs, in->part, fixfile);
+    ReadPartitionChecked(nvtxs, in->part, fixfile, strict);
     if (nvtxs > 0 && nparts <= in->part[iamax__(nvtxs, in->part)]) {
       std::printf(
           "Input Error:\n\tThe file %s contains more than %d sets of pre-assigned vertices.\n\n",

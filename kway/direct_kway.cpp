@@ -41,14 +41,22 @@ void FreeRootKeepingPool(HGraph *graph) {
   graph->crdata = pool;
 }
 
-// An objective that no partition can reach: every hyperedge cut into ten parts, plus one.
+// An objective that no partition can reach: every hyperedge cut into ten parts, plus one. A
+// hyperedge of more than ten pins can count more often than that in the sum of external degrees,
+// and negative weights make the total small, so the start is raised to the largest objective
+// possible, each hyperedge counted once per pin, plus one. The weight limits keep that within an
+// int; nothing beyond the largest int is needed, since no objective reaches it.
 int ImpossibleObjective(const HGraph *graph) {
-  long long total = 0;
-  for (int e = 0; e < graph->nhedges; e++) total += graph->netwgt[e];
-  const long long impossible = 10 * total + 1;
-  if (impossible > INT_MAX || impossible < INT_MIN)
-    errexit__("MultilevelKwayPartition: the total hyperedge weight %lld is too large", total);
-  return static_cast<int>(impossible);
+  long long total = 0, weighted_pins = 0;
+  for (int e = 0; e < graph->nhedges; e++) {
+    const long long w = graph->netwgt[e];
+    const long long pins = graph->netptr[e + 1] - graph->netptr[e];
+    total += w;
+    weighted_pins += (w < 0 ? -w : w) * (pins > 1 ? pins : 1);
+  }
+  long long impossible = 10 * total + 1;
+  if (impossible <= weighted_pins) impossible = weighted_pins + 1;
+  return impossible > INT_MAX ? INT_MAX : static_cast<int>(impossible);
 }
 
 // Takes the pruned hypergraph's partition over onto the full hypergraph. When hyperedges were

@@ -19,7 +19,9 @@ constexpr VCycleMode kModes[] = {
     {2, "V-cycle for Min",
      [](int obj, int best, bool improved) { return obj <= best || improved; }},
     {3, "Always V-cycle",
-     [](int obj, int best, bool) { return best * 1.2 > obj || obj - best < 20; }},
+     [](int obj, int best, bool) {
+       return best * 1.2 > obj || static_cast<long long>(obj) - best < 20;
+     }},
 };
 
 const VCycleMode *FindMode(int vcycle) {

@@ -94,7 +94,17 @@ namespace {
 // The steps of the best-of-runs loop that are particular to bisection: the cut as objective, FM
 // refinement and two-way V-cycles.
 struct Bisection {
-  int Impossible(const HGraph *graph) const { return iasum__(graph->nhedges, graph->netwgt) + 1; }
+  // A cut no bisection reaches: the total hyperedge weight plus one. Negative weights can make a
+  // cut (a sum of some of the weights) exceed the total, so the start is never below the sum of
+  // the positive weights plus one.
+  int Impossible(const HGraph *graph) const {
+    int impossible = iasum__(graph->nhedges, graph->netwgt) + 1;
+    long long positive = 0;
+    for (int e = 0; e < graph->nhedges; e++)
+      positive += graph->netwgt[e] > 0 ? graph->netwgt[e] : 0;
+    if (positive >= impossible) impossible = static_cast<int>(positive + 1);
+    return impossible;
+  }
   int KeptSlots(const PartCtrl *ctrl) const {
     const int wanted = ctrl->Nruns > 10 ? 3 : 1;
     return wanted > ctrl->Nruns ? ctrl->Nruns : wanted;

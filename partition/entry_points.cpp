@@ -113,6 +113,13 @@ void ValidateHypergraph(int nvtxs, int nhedges, const int *eptr, const int *eind
       errexit__("HYPRA: pin %d names vertex %d, outside 0..%d.", j, eind[j], nvtxs - 1);
 }
 
+// Weights whose sums would not fit the engine's ints end the run, as malformed arrays do.
+void ValidateWeights(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *hewgts) {
+  char why[256];
+  if (WeightLimitProblem__(nvtxs, nhedges, vwgts, eptr, hewgts, why, sizeof(why)) != 0)
+    errexit__("HYPRA: %s.", why);
+}
+
 void ValidateParts(int nvtxs, const int *part, int lo, int hi, const char *what) {
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
   for (int v = 0; v < nvtxs; v++)
@@ -182,6 +189,7 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   ctrl.KwayRefine = kway_refine && nparts <= 64 ? 1 : 0;
   ValidateControl(&ctrl, nparts, ubfactor);
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
+  ValidateWeights(nvtxs, nhedges, vwgts, eptr, hewgts);
   if (ctrl.Fixed) ValidateParts(nvtxs, part, -1, nparts - 1, "the fixed part");
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
   Scheduler *sched = ApplySetup(&ctrl, setup);
@@ -211,6 +219,7 @@ void PartKway(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int
         "HYPRA_PartKway: fixed vertices (options[6] = 1) are not supported by direct "
         "k-way partitioning; use HYPRA_PartRecursive.\n");
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
+  ValidateWeights(nvtxs, nhedges, vwgts, eptr, hewgts);
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
   Scheduler *sched = ApplySetup(&ctrl, setup);
 
@@ -339,6 +348,7 @@ extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const
   ctrl.run = &shared.run;
   ctrl.TargetFrac = 0.5f;
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
+  ValidateWeights(nvtxs, nhedges, vwgts, eptr, hewgts);
   ValidateParts(nvtxs, part, 0, 1, "the side");
 
   StartRun(&ctrl);

@@ -77,9 +77,9 @@ TEST(ReadHGraph, LastHyperedgeMayBeEmpty) {
 
 TEST(ReadHGraph, HyperedgeWeightIsKeptWhateverItsValue) {
   ScratchDir dir;
-  // The first pass counts "-3 1 2" as -1 pins and "4 1 3 3" as 3, bounding the total at 2; the
-  // repeated 3 leaves room for both pins of the first hyperedge.
-  HGraph *g = ReadHGraph(dir.Write("negw.hgr", "2 4 1\n4 1 3 3\n-3 1 2\n").c_str());
+  // The first pass counts "-3 1 2" as -1 pins and "4 1 3 3 3 3" as 5, bounding the total at 4;
+  // the repeated 3s leave room for both pins of the second hyperedge.
+  HGraph *g = ReadHGraph(dir.Write("negw.hgr", "2 4 1\n4 1 3 3 3 3\n-3 1 2\n").c_str());
   EXPECT_EQ(g->netwgt[0], 4);
   EXPECT_EQ(g->netwgt[1], -3);
   EXPECT_EQ(Pins(g, 0), (std::vector<int>{0, 2}));
@@ -220,7 +220,8 @@ TEST(ReadHGraphDeathTest, WeightsOutOfIntRange) {
               "^Weight -3000000000 of vertex 1 in file .*cw.hgr is out of range\n$");
   EXPECT_EXIT(ReadHGraph(dir.Write("tot.hgr", "1 2 10\n1 2\n2000000000\n2000000000\n").c_str()),
               ::testing::ExitedWithCode(0),
-              "^The vertex weights of file .*tot.hgr add up to more than");
+              "^File .*tot.hgr: the vertex weights add up to 4000000000, more than the "
+              "1073741823 allowed\n$");
 }
 
 TEST(ReadHGraph, HugeVertexCountInTheHeaderCostsNothingToRead) {
