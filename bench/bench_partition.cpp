@@ -18,6 +18,8 @@
 #include "driver/driver.h"
 #include "partition/hypra.h"
 
+using namespace hypra;
+
 namespace {
 
 int SumOfExternalDegrees(const HGraph *g, const std::vector<int> &part, int nparts) {

@@ -3,6 +3,8 @@
 // filter and tie rule.
 #include "coarsen/grouping.h"
 
+namespace hypra {
+
 namespace {
 
 // The run's candidate lists: one for the free grouping routines, one for the restricted ones.
@@ -168,3 +170,5 @@ int ComputeAllWeights__(PartCtrl *ctrl, HGraph *graph, int *keys, int *htable) {
     if (keys[v] == -1) keys[v] = maxkey + 1;
   return maxkey + 1;
 }
+
+}  // namespace hypra

@@ -4,6 +4,8 @@
 
 #include "coarsen/coarsen.h"
 
+namespace hypra {
+
 namespace {
 
 // Merged hyperedges: the result of one signature sort and the pin comparisons inside runs of
@@ -231,3 +233,5 @@ void CollapseSameHEdges__(int nhedges, int *netptr, int *netind, int *netwgt, in
   *newnetind = merged.netind;
   *newnetwgt = merged.netwgt;
 }
+
+}  // namespace hypra

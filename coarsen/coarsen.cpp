@@ -7,6 +7,8 @@
 
 #include "coarsen/grouping.h"
 
+namespace hypra {
+
 namespace {
 
 // Scratch lent to every grouping step, sized once for the first (largest) level.
@@ -218,3 +220,5 @@ const char *CoarseningSchemeName__(int ctype) {
   const SchemeEntry *scheme = IsCoarseningScheme__(ctype) ? FindScheme(ctype) : nullptr;
   return scheme != nullptr ? scheme->name : "??";
 }
+
+}  // namespace hypra

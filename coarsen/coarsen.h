@@ -4,6 +4,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 // Builds the coarsening hierarchy below graph and returns its coarsest level (graph itself when
 // it is already small enough). Levels stay linked through coarser/finer.
 HGraph *Coarsen__(PartCtrl *ctrl, HGraph *graph);
@@ -59,3 +61,5 @@ void Uncoarsen__(PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest, const Level
   CombineIslands__(orggraph);
   stoptimer__(ctrl, ctrl->UncoarsenTmr);
 }
+
+}  // namespace hypra

@@ -4,6 +4,8 @@
 #include "coarsen/coarsen.h"
 #include "core/core.h"
 
+namespace hypra {
+
 // Candidate search around one vertex. Each returns the chosen vertex or -1; htable must be all -1
 // on entry and is all -1 again on return. gwgts is the group-weight view (group g at gwgts[g],
 // gwgts[-1] == 0 for ungrouped vertices).
@@ -47,3 +49,5 @@ void DegreeOrder__(PartCtrl *ctrl, const HGraph *graph, int *perm, int *keys);
 // Progress test of the coarsening drivers: c vertices out of f is progress when c differs from f
 // and c > ratio x f is false in float arithmetic.
 bool CoarseningProgress__(int c, int f, float ratio);
+
+}  // namespace hypra

@@ -2,6 +2,8 @@
 // before grouping; uncoarsening gives them a part by weight alone.
 #include "coarsen/coarsen.h"
 
+namespace hypra {
+
 namespace {
 
 // x[newnum[v]] = x[v] for v < n, through aux.
@@ -105,3 +107,5 @@ void PartitionIslandsKway__(PartCtrl *ctrl, HGraph *graph) {
     graph->kpwgts[part] += graph->cellwgt[v];
   }
 }
+
+}  // namespace hypra

@@ -6,6 +6,8 @@
 
 #include "coarsen/grouping.h"
 
+namespace hypra {
+
 namespace {
 
 // The grouping arrays every edge scheme writes into the finer level.
@@ -201,3 +203,5 @@ void CMatch_EdgesStars__(PartCtrl *ctrl, HGraph *graph, const int *where, int *p
                            graph->cellwgt, graph->edgewgt, graph->cellmap, where, htable, gwgts);
   });
 }
+
+}  // namespace hypra

@@ -4,6 +4,8 @@
 
 #include "coarsen/grouping.h"
 
+namespace hypra {
+
 namespace {
 
 enum : int { HEDGES_ONLY = 0, HEDGES_EDGES = 1, HEDGES_PHEDGES_EDGES = 2 };
@@ -143,3 +145,5 @@ void Match_Hedges_PHedges_Edges__(PartCtrl *ctrl, HGraph *graph, int *perm, int 
                                   KeyValue *vpairs) {
   MatchHedges(ctrl, graph, perm, htable, vpairs, HEDGES_PHEDGES_EDGES);
 }
+
+}  // namespace hypra

@@ -7,7 +7,10 @@
 
 #include <climits>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+
+namespace hypra {
 
 // ---------------------------------------------------------------------------------------------
 // Records
@@ -222,7 +225,6 @@ void RVfree__(T **...ptrs) {
   ((std::free(*ptrs), *ptrs = nullptr), ...);
 }
 
-#include <cstdio>
 FILE *RVfopen__(const char *path, const char *mode, const char *msg);
 void RVfclose__(FILE *fp);
 
@@ -305,3 +307,5 @@ void iintsort__(int n, int *a);
 void ikeysort__(int n, KeyValue *pairs);
 void ikeysort2__(int n, KeyValue *pairs);
 void dkeysort__(int n, KeyValue *pairs);
+
+}  // namespace hypra

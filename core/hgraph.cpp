@@ -3,6 +3,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 HGraph *CreateHGraph__() {
   // Zero-filled first, so the fields that InitHGraph__ leaves alone read 0 or null.
   auto *graph = static_cast<HGraph *>(RVmalloc__(sizeof(HGraph), "CreateCoarseHGraph: graph"));
@@ -143,3 +145,5 @@ void FreeRunView__(HGraph *view) {
   FreeRootHGraph__(view);
   std::free(view);
 }
+
+}  // namespace hypra

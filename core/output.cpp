@@ -6,6 +6,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 void AppendOutput__(OutputBuffer *out, const char *text, long long length) {
   if (length <= 0) return;
   if (out->size + length > out->capacity) {
@@ -66,3 +68,5 @@ void FreeOutput__(OutputBuffer *out) {
   RVfree__(&out->data);
   out->size = out->capacity = 0;
 }
+
+}  // namespace hypra

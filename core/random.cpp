@@ -5,6 +5,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 namespace {
 
 // The clock pin is process-wide (a program sets it once, before partitioning); atomics keep a
@@ -131,3 +133,5 @@ void RandomPermute__(RandomState *rng, int *p, int n, int flag) {
     }
   }
 }
+
+}  // namespace hypra

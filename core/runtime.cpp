@@ -9,6 +9,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 void errexit__(const char *format, ...) {
   va_list args;
   va_start(args, format);
@@ -176,3 +178,5 @@ void PrintTimers__(const PartCtrl *ctrl, int detail) {
   std::printf("\n Total: \t\t %7.3f", ctrl->TotalTmr);
   std::printf("\n----------------------------------------------------------------------------");
 }
+
+}  // namespace hypra

@@ -4,6 +4,8 @@
 // out is part of the observable behaviour and is fixed by this exact scheme.
 #include "core/core.h"
 
+namespace hypra {
+
 namespace {
 
 constexpr int kShortSpan = 20;  // segments spanning at most this many positions are left over
@@ -139,3 +141,5 @@ void ikeysort2__(int n, KeyValue *pairs) {
 void dkeysort__(int n, KeyValue *pairs) {
   QuickInsertSort(pairs, n, KeyDescending{});
 }
+
+}  // namespace hypra

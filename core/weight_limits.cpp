@@ -9,6 +9,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 int WeightLimitProblem__(int nvtxs, int nhedges, const int *cellwgt, const int *netptr,
                          const int *netwgt, char *why, int size) {
   long long total = 0;
@@ -48,3 +50,5 @@ int WeightLimitProblem__(int nvtxs, int nhedges, const int *cellwgt, const int *
   }
   return 0;
 }
+
+}  // namespace hypra

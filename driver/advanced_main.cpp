@@ -14,6 +14,8 @@
 #include "io/io.h"
 #include "partition/hypra.h"
 
+using namespace hypra;
+
 namespace {
 
 constexpr int kUsageError = 2;

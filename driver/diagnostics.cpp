@@ -6,6 +6,8 @@
 #include "driver/driver_internal.h"
 #include "io/io.h"
 
+namespace hypra {
+
 namespace {
 
 void RequireIncidence(const HGraph *graph, const char *caller) {
@@ -145,3 +147,5 @@ int CheckHGraph(const HGraph *graph) {
   (void)CountIncidenceMismatches(graph);
   return 1;
 }
+
+}  // namespace hypra

@@ -4,6 +4,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 // Reading and writing files.
 int GetNetListSize(const char *filename);
 HGraph *ReadHGraph(const char *filename);
@@ -32,3 +34,5 @@ void WriteConnectedHGraph(const HGraph *graph);
 void DumpHGraph(const HGraph *graph);
 void Print_Pins(const HGraph *graph, const int *where, int nparts);
 int CheckHGraph(const HGraph *graph);
+
+}  // namespace hypra

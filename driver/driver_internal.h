@@ -5,6 +5,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 // Number of (vertex, hyperedge) pairs on which the incidence lists and the pin lists disagree,
 // counted from both sides; 0 for a consistent hypergraph.
 int CountIncidenceMismatches(const HGraph *graph);
@@ -29,3 +31,5 @@ void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outf
 // Writes the partition file named by WriteHGraphPart's rule; a failed write ends the process with
 // failure_status.
 void WriteHGraphPartStatus(int nvtxs, const int *part, const char *filename, int failure_status);
+
+}  // namespace hypra

@@ -8,6 +8,8 @@
 #include "driver/driver_internal.h"
 #include "partition/hypra.h"
 
+using namespace hypra;
+
 namespace {
 
 void PrintUsage(const char *program) {

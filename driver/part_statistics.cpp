@@ -4,6 +4,8 @@
 
 #include "driver/driver.h"
 
+namespace hypra {
+
 namespace {
 
 // Pin counts of one hyperedge per part. Only the parts the hyperedge touches are listed and
@@ -125,3 +127,5 @@ void PrintPartStatistics(int nvtxs, int nhedges, int nparts, const int *netptr, 
   }
   RVfree__(&pwgts, &pcuts);
 }
+
+}  // namespace hypra

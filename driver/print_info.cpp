@@ -7,6 +7,8 @@
 #include "partition/partition.h"
 #include "refine2/refine2.h"
 
+namespace hypra {
+
 namespace {
 
 constexpr const char *kBanner = "hypra 1.0.0: multilevel hypergraph partitioner";
@@ -56,3 +58,5 @@ void PrintInfo(const HGraph *graph, int nparts, int ubfactor, const int *options
   else
     std::printf("\nK-way Partitioning... ------------------------------------------------------\n");
 }
+
+}  // namespace hypra

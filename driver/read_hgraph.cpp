@@ -7,6 +7,8 @@
 
 #include "driver/driver.h"
 
+namespace hypra {
+
 namespace {
 
 // Lines are read in chunks of this size; a longer line continues as the next "line".
@@ -248,3 +250,5 @@ HGraph *ReadHGraphChecked(const char *filename, int strict) {
   RVfree__(&netptr, &netind);
   return graph;
 }
+
+}  // namespace hypra

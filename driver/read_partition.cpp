@@ -6,6 +6,8 @@
 
 #include "driver/driver.h"
 
+namespace hypra {
+
 namespace {
 
 // Refuses a part number that is neither -1 nor a possible part.
@@ -77,3 +79,5 @@ void ReadPartitionChecked(int nvtxs, int *part, const char *filename, int strict
   }
   std::fclose(fp);
 }
+
+}  // namespace hypra

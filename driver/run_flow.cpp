@@ -8,6 +8,8 @@
 #include "driver/driver_internal.h"
 #include "io/io.h"
 
+namespace hypra {
+
 namespace {
 
 // Writes the partition to a file of the caller's choosing, completely or not at all.
@@ -69,3 +71,5 @@ void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outf
   RVfree__(&in->part);
   in->graph = nullptr;
 }
+
+}  // namespace hypra

@@ -5,6 +5,8 @@
 #include "driver/driver_internal.h"
 #include "io/io.h"
 
+namespace hypra {
+
 void WriteHGraphPartStatus(int nvtxs, const int *part, const char *filename, int failure_status) {
   if (nvtxs < 1) errexit__("WriteHGraphPart: no vertices to write for %s", filename);
   // The name carries the number of parts actually used: one more than the largest part.
@@ -23,3 +25,5 @@ void WriteHGraphPartStatus(int nvtxs, const int *part, const char *filename, int
 void WriteHGraphPart(int nvtxs, const int *part, const char *filename) {
   WriteHGraphPartStatus(nvtxs, part, filename, 0);
 }
+
+}  // namespace hypra

@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+namespace hypra {
+
 // An output file under construction. A regular file (or a new one) is written under a temporary
 // name in its folder and renamed into place once complete, keeping the mode of the file it
 // replaces; anything else is written in place.
@@ -33,3 +35,5 @@ int CheckOutputTarget(const char *path);
 // Follows the symbolic links of path to the file they name (which need not exist) and stores it
 // in target. Returns 0, or an errno (ELOOP, ENAMETOOLONG, or that of a failed lookup).
 int ResolveOutputTarget(const char *path, char *target, int size);
+
+}  // namespace hypra

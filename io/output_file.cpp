@@ -6,13 +6,15 @@
 
 #include <cerrno>
 #include <csignal>
-#include <initializer_list>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "core/core.h"
 #include "io/io.h"
+
+namespace hypra {
 
 namespace {
 
@@ -22,7 +24,7 @@ char pending_tmp[4160];
 volatile sig_atomic_t pending = 0;
 bool handlers_installed = false;
 
-extern "C" void RemovePendingAndDie(int sig) {
+void RemovePendingAndDie(int sig) {
   if (pending) unlink(pending_tmp);
   pending = 0;
   // Die of the same signal, so the parent sees what happened.
@@ -30,7 +32,7 @@ extern "C" void RemovePendingAndDie(int sig) {
   raise(sig);
 }
 
-extern "C" void RemovePendingAtExit() {
+void RemovePendingAtExit() {
   if (pending) unlink(pending_tmp);
   pending = 0;
 }
@@ -216,3 +218,5 @@ int CheckOutputTarget(const char *path) {
   pending = 0;
   return 0;
 }
+
+}  // namespace hypra

@@ -10,6 +10,8 @@
 #include "partition/best_of_runs.h"
 #include "partition/partition.h"
 
+namespace hypra {
+
 namespace {
 
 constexpr int kRefinePasses = 10;
@@ -240,3 +242,5 @@ int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
              ComputeBalanceKway__(ctrl, graph, part));
   return best;
 }
+
+}  // namespace hypra

@@ -3,6 +3,8 @@
 
 #include "kway/kway.h"
 
+namespace hypra {
+
 namespace {
 
 // Pins of e that lie in part p according to e's part list (0 when p is absent).
@@ -274,3 +276,5 @@ int KwayUpdateGainInfo__(HGraph *graph, int v, int from, int to, int *marker, in
 
   return ComputeKwayGainsSet__(graph, count, list);
 }
+
+}  // namespace hypra

@@ -6,6 +6,8 @@
 
 #include "kway/kway.h"
 
+namespace hypra {
+
 namespace {
 
 enum Objective { OBJ_CUT, OBJ_SOED };
@@ -156,3 +158,5 @@ void RefineCutKway_Random__(PartCtrl *ctrl, HGraph *graph, int npasses) {
 void RefineSOEDKway_Random__(PartCtrl *ctrl, HGraph *graph, int npasses) {
   RefineKwayRandom<OBJ_SOED>(ctrl, graph, npasses);
 }
+
+}  // namespace hypra

@@ -3,6 +3,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph);
 void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph);
 // Gives the vertex-entry pool of `from`, whose vertex records are dropped with it, to `to`, which
@@ -31,3 +33,5 @@ int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part);
 void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph);
 float ComputeBalanceKway__(PartCtrl *ctrl, HGraph *graph, const int *part);
 int ComputeActualSOED__(HGraph *graph, const int *part);
+
+}  // namespace hypra

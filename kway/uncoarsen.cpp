@@ -4,6 +4,8 @@
 #include "coarsen/coarsen.h"
 #include "kway/kway.h"
 
+namespace hypra {
+
 namespace {
 
 // The k-way objectives, by RType: each with its greedy refiner. Codes 1 and 2 are the ones a
@@ -84,3 +86,5 @@ const char *KwayObjectiveName__(int rtype) {
       rtype >= 1 && rtype <= kPublicObjectives ? FindObjective(rtype) : nullptr;
   return objective != nullptr ? objective->name : "??";
 }
+
+}  // namespace hypra

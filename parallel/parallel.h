@@ -5,6 +5,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 // A pool of nthreads - 1 workers; the thread that asks for tasks is the nth. With nthreads 1
 // every task runs on the calling thread, in order.
 Scheduler *CreateScheduler__(int nthreads);
@@ -22,3 +24,5 @@ void ForEachTask__(Scheduler *sched, int n, Task &&task) {
       sched, n, [](void *context, int i) { (*static_cast<Task *>(context))(i); },
       static_cast<void *>(&task));
 }
+
+}  // namespace hypra

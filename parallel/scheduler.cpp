@@ -9,6 +9,8 @@
 
 #include "parallel/parallel.h"
 
+namespace hypra {
+
 namespace {
 
 struct Group {
@@ -94,3 +96,5 @@ void RunTasks__(Scheduler *sched, int n, void (*task)(void *context, int i), voi
     }
   }
 }
+
+}  // namespace hypra

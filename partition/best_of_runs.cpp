@@ -3,6 +3,8 @@
 #include "core/core.h"
 #include "partition/partition.h"
 
+namespace hypra {
+
 namespace {
 
 // The V-cycle modes, by Vcycle: whether a run that reached `obj` earns V-cycles, judged against
@@ -63,3 +65,5 @@ void OfferToSlots__(KeepSlots *keep, const int *where, int nvtxs, int obj) {
     keep->objs[worst] = obj;
   }
 }
+
+}  // namespace hypra

@@ -14,6 +14,8 @@
 #include "parallel/parallel.h"
 #include "partition/partition.h"
 
+namespace hypra {
+
 // What the loop reports back besides the best partition.
 struct BestOfRunsResult {
   int best;         // the objective of the partition left in `part`
@@ -296,3 +298,5 @@ int VCycleLoop__(PartCtrl *ctrl, HGraph *graph, int maxcycles, const Method &met
   ctrl->CType = oldCType;
   return method.Objective(graph);
 }
+
+}  // namespace hypra

@@ -7,6 +7,8 @@
 #include "partition/partition.h"
 #include "refine2/refine2.h"
 
+namespace hypra {
+
 namespace {
 
 constexpr int kVCycles = 10;
@@ -190,3 +192,5 @@ int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
   if (actual != bestcut) Printf__(ctrl, "Wrong cut! %d %d\n", bestcut, actual);
   return bestcut;
 }
+
+}  // namespace hypra

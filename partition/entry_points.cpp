@@ -8,6 +8,8 @@
 #include "partition/partition.h"
 #include "refine2/refine2.h"
 
+namespace hypra {
+
 namespace {
 
 constexpr int kRefinePasses = 10;
@@ -243,6 +245,17 @@ void SeedSharedSequence__(unsigned int seed) {
   SeedRandom__(SharedRng(), seed);
 }
 
+void PartRecursiveInRun__(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                          const int *eind, const int *hewgts, int nparts, int ubfactor,
+                          const int *options, int *part, int *edgecut) {
+  PartRecursive(run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part,
+                edgecut, false);
+}
+
+}  // namespace hypra
+
+using namespace hypra;
+
 extern "C" void HYPRA_PartRecursive(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                                     const int *eind, const int *hewgts, int nparts, int ubfactor,
                                     const int *options, int *part, int *edgecut) {
@@ -258,13 +271,6 @@ extern "C" void HYPRA_PartRecursiveInternal(int nvtxs, int nhedges, const int *v
   SharedRun shared;
   PartRecursive(&shared.run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options,
                 part, edgecut, false);
-}
-
-void PartRecursiveInRun__(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
-                          const int *eind, const int *hewgts, int nparts, int ubfactor,
-                          const int *options, int *part, int *edgecut) {
-  PartRecursive(run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part,
-                edgecut, false);
 }
 
 extern "C" void HYPRA_PartKway(int nvtxs, int nhedges, const int *vwgts, const int *eptr,

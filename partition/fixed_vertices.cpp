@@ -4,6 +4,8 @@
 #include "coarsen/coarsen.h"
 #include "partition/partition.h"
 
+namespace hypra {
+
 void CompressFixedCells__(PartCtrl *ctrl, HGraph *graph, const int *fixpart) {
   const int nvtxs = graph->nvtxs, nparts = ctrl->Nparts;
 
@@ -51,3 +53,5 @@ void ProjectFixedCells__(PartCtrl *ctrl, HGraph *graph, int *part, const int *cp
   for (int v = 0; v < graph->nvtxs; v++) part[v] = imap[cpart[graph->cellmap[v]]];
   RVfree__(&imap);
 }
+
+}  // namespace hypra

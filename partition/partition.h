@@ -3,6 +3,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part);
 // Reseeds the sequence that the library's entry points continue on this thread (the two-way
 // refiner draws from it without reseeding).
@@ -43,3 +45,5 @@ struct KeepSlots {
 // Allocates count (at most 3) slots, each holding the objective `impossible`.
 void InitKeepSlots__(KeepSlots *keep, int count, int nvtxs, int impossible);
 void OfferToSlots__(KeepSlots *keep, const int *where, int nvtxs, int obj);
+
+}  // namespace hypra

@@ -8,6 +8,8 @@
 #include "parallel/parallel.h"
 #include "partition/partition.h"
 
+namespace hypra {
+
 namespace {
 
 constexpr int kKwayPasses = 10;
@@ -251,3 +253,5 @@ int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
   FreeHGraph__(cgraph);
   return cut;
 }
+
+}  // namespace hypra

@@ -5,6 +5,8 @@
 #include "refine2/moves.h"
 #include "refine2/refine2.h"
 
+namespace hypra {
+
 namespace {
 
 using refine2::Bounds;
@@ -99,3 +101,5 @@ void Balance__(PartCtrl *ctrl, HGraph *graph) {
   PQueueFree__(&queues[1]);
   RVfree__(&moved, &perm);
 }
+
+}  // namespace hypra

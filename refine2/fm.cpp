@@ -9,6 +9,8 @@
 #include "refine2/moves.h"
 #include "refine2/refine2.h"
 
+namespace hypra {
+
 namespace {
 
 using refine2::Bounds;
@@ -499,3 +501,5 @@ void Refine_EEFM__(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) {
 void Refine_EEFM2__(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) {
   RefineEEFMImpl<true>(ctrl, graph, npasses, fraction);
 }
+
+}  // namespace hypra

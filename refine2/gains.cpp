@@ -5,6 +5,8 @@
 #include "refine2/moves.h"
 #include "refine2/refine2.h"
 
+namespace hypra {
+
 namespace {
 
 // Fills pin counts (zeroed by the caller), gains, side weights and the cut from where.
@@ -79,3 +81,5 @@ float RelDiff__(int a, int b) {
   const double diff = std::fabs(static_cast<double>(a) - static_cast<double>(b));
   return static_cast<float>(a > b ? diff / a : diff / b);
 }
+
+}  // namespace hypra

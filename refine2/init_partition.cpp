@@ -4,6 +4,8 @@
 
 #include "refine2/refine2.h"
 
+namespace hypra {
+
 void InitPartition__(PartCtrl *ctrl, HGraph *graph) {
   // The tries would flood the output with refinement lines; only the per-try summary is wanted.
   const int dbglvl = ctrl->dbglvl;
@@ -72,3 +74,5 @@ void Random_FMPartition__(PartCtrl *ctrl, HGraph *graph) {
   graph->mincut = bestcut;
   RVfree__(&perm, &bestwhere);
 }
+
+}  // namespace hypra

@@ -5,6 +5,8 @@
 #include "core/core.h"
 #include "refine2/pqueue.h"
 
+namespace hypra {
+
 namespace refine2 {
 
 // Lower weight bounds of the two sides. Side 0's bound is evaluated in single precision and side
@@ -135,3 +137,5 @@ inline void FlipVertex(HGraph *graph, int v, int from, int to) {
 }
 
 }  // namespace refine2
+
+}  // namespace hypra

@@ -5,6 +5,8 @@
 #include "refine2/moves.h"
 #include "refine2/refine2.h"
 
+namespace hypra {
+
 using refine2::Bounds;
 using refine2::FlipVertex;
 
@@ -115,3 +117,5 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
   PQueueFree__(&queue);
   RVfree__(&moved, &swaps, &perm);
 }
+
+}  // namespace hypra

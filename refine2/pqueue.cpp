@@ -1,6 +1,8 @@
 // The gain-keyed priority queue: gain buckets or a binary heap, chosen once at initialisation.
 #include "refine2/pqueue.h"
 
+namespace hypra {
+
 namespace {
 
 // Moves the entry (key, item) up from position i while its parent's key is strictly smaller.
@@ -166,3 +168,5 @@ int PQueueSeeConstraintMax(const PQueue *queue, int maxwgt, const int *vwgt) {
 int CheckHeap() {
   return 1;
 }
+
+}  // namespace hypra

@@ -13,6 +13,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 enum : int {
   PQUEUE_BUCKETS = 1,
   PQUEUE_HEAP = 2,
@@ -148,3 +150,5 @@ inline int PQueueSeeMax__(const PQueue *queue) {
   if (queue->qtype == PQUEUE_HEAP) return queue->heap[0].val;
   return queue->buckets[queue->topbucket];
 }
+
+}  // namespace hypra

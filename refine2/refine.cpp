@@ -3,6 +3,8 @@
 #include "coarsen/coarsen.h"
 #include "refine2/refine2.h"
 
+namespace hypra {
+
 namespace {
 
 // Ten passes of FM, in the variant that copes with heavy vertices when there are any.
@@ -102,3 +104,5 @@ const char *TwoWayRefinerName__(int rtype) {
   const RefinerEntry *refiner = IsTwoWayRefiner__(rtype) ? FindRefiner(rtype) : nullptr;
   return refiner != nullptr ? refiner->name : "??";
 }
+
+}  // namespace hypra

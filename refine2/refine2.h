@@ -4,6 +4,8 @@
 
 #include "core/core.h"
 
+namespace hypra {
+
 void AllocateRefinementMemory__(HGraph *graph);
 void ComputeInitGains__(HGraph *graph);
 int ComputeCut__(const HGraph *graph);
@@ -28,3 +30,5 @@ void Random_FMPartition__(PartCtrl *ctrl, HGraph *graph);
 
 int CheckDegrees(HGraph *graph);
 float RelDiff__(int a, int b);
+
+}  // namespace hypra

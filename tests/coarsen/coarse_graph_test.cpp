@@ -5,6 +5,8 @@
 #include "coarsen/coarsen.h"
 #include "test_graphs.h"
 
+using namespace hypra;
+
 namespace {
 
 PartCtrl MakeCtrl() {

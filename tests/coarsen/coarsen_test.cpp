@@ -9,6 +9,8 @@
 #include "common/test_run.h"
 #include "test_graphs.h"
 
+using namespace hypra;
+
 namespace {
 
 using testgraphs::MakeCtrl;

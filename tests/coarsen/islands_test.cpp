@@ -6,6 +6,8 @@
 #include "common/test_run.h"
 #include "test_graphs.h"
 
+using namespace hypra;
+
 namespace {
 
 std::vector<int> Vec(const int *a, int n) {

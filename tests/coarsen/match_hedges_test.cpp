@@ -7,6 +7,8 @@
 #include "common/test_run.h"
 #include "test_graphs.h"
 
+using namespace hypra;
+
 namespace {
 
 PartCtrl MakeCtrl(int maxcellwgt) {

@@ -10,6 +10,8 @@
 #include "common/test_run.h"
 #include "test_graphs.h"
 
+using namespace hypra;
+
 namespace {
 
 struct TopCopy {

@@ -8,6 +8,8 @@
 #include "common/test_run.h"
 #include "test_graphs.h"
 
+using namespace hypra;
+
 namespace {
 
 // Vertex counts of every level below g.

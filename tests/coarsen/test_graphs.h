@@ -10,6 +10,8 @@
 #include "common/test_run.h"
 #include "core/core.h"
 
+using namespace hypra;
+
 namespace testgraphs {
 
 // A hypergraph from pin lists (0-based) with optional weights; incidence arrays built as the

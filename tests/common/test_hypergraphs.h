@@ -10,6 +10,8 @@
 
 #include "core/core.h"
 
+using namespace hypra;
+
 namespace testhg {
 
 using Nets = std::vector<std::vector<int>>;

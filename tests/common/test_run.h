@@ -5,6 +5,8 @@
 
 #include "core/core.h"
 
+using namespace hypra;
+
 namespace testrun {
 
 inline RunState *Run() {

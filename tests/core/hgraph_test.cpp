@@ -4,6 +4,8 @@
 
 #include "core/core.h"
 
+using namespace hypra;
+
 namespace {
 
 // Builds a record around the given pin lists (weights default to 1).

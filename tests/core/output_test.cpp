@@ -4,6 +4,8 @@
 
 #include "core/core.h"
 
+using namespace hypra;
+
 namespace {
 
 std::string Text(const OutputBuffer &out) {

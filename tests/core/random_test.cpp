@@ -6,6 +6,8 @@
 
 #include "core/core.h"
 
+using namespace hypra;
+
 namespace {
 
 int Scaled(int r, int range) {

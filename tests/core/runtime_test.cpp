@@ -3,6 +3,8 @@
 #include "common/test_run.h"
 #include "core/core.h"
 
+using namespace hypra;
+
 namespace {
 
 TEST(Runtime, ZeroElementAllocationIsNull) {

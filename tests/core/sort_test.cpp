@@ -6,6 +6,8 @@
 
 #include "core/core.h"
 
+using namespace hypra;
+
 namespace {
 
 std::vector<KeyValue> Pairs(const std::vector<int> &keys) {

@@ -9,6 +9,8 @@
 
 #include "driver/driver.h"
 
+using namespace hypra;
+
 namespace {
 
 // instance -> (vertices, hyperedges), from the table of the bench folder's README.

@@ -8,6 +8,8 @@
 #include "driver/driver_internal.h"
 #include "driver_test_util.h"
 
+using namespace hypra;
+
 namespace {
 
 using driver_test::DataPath;

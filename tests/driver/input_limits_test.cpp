@@ -14,6 +14,8 @@
 #include "driver_test_util.h"
 #include "partition/hypra.h"
 
+using namespace hypra;
+
 namespace {
 
 using driver_test::ReadFile;

@@ -5,6 +5,8 @@
 
 #include "driver/driver.h"
 
+using namespace hypra;
+
 namespace {
 
 struct Hyper {

@@ -4,6 +4,8 @@
 
 #include "driver/driver.h"
 
+using namespace hypra;
+
 namespace {
 
 const char *const kTop =

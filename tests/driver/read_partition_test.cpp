@@ -5,6 +5,8 @@
 #include "driver/driver.h"
 #include "driver_test_util.h"
 
+using namespace hypra;
+
 namespace {
 
 using driver_test::ScratchDir;

@@ -6,6 +6,8 @@
 #include "driver/driver.h"
 #include "driver_test_util.h"
 
+using namespace hypra;
+
 namespace {
 
 using driver_test::ReadFile;

@@ -19,6 +19,15 @@ if [ -n "$others" ]; then
   echo "$others" >&2
   exit 1
 fi
+# The static library's own functions are the entry points or live in namespace hypra.
+static=$(find "$work/prefix" -name 'libhypra.a' | head -n 1)
+loose=$(nm -g --defined-only "$static" | awk '$2 == "T" {print $3}' | grep -v '^HYPRA_' | c++filt |
+        grep -v '^hypra::' || true)
+if [ -n "$loose" ]; then
+  echo "libhypra.a defines functions outside namespace hypra:" >&2
+  echo "$loose" >&2
+  exit 1
+fi
 
 cmake -S "$source_dir/consumer" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 cmake --build "$work/consumer" >/dev/null

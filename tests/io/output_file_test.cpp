@@ -15,6 +15,8 @@
 #include "driver/driver_test_util.h"
 #include "io/io.h"
 
+using namespace hypra;
+
 namespace {
 
 using driver_test::ReadFile;

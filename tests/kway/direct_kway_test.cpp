@@ -12,6 +12,8 @@
 #include "partition/hypra.h"
 #include "partition/partition.h"
 
+using namespace hypra;
+
 namespace {
 
 using testhg::Hypergraph;

@@ -2,6 +2,8 @@
 
 #include "kway_fixtures.h"
 
+using namespace hypra;
+
 using namespace kwaytest;
 
 namespace {

@@ -4,6 +4,8 @@
 
 #include "kway_fixtures.h"
 
+using namespace hypra;
+
 using namespace kwaytest;
 
 namespace {

@@ -8,6 +8,8 @@
 #include "common/test_run.h"
 #include "kway_fixtures.h"
 
+using namespace hypra;
+
 using namespace kwaytest;
 
 namespace {

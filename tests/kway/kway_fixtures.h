@@ -13,6 +13,8 @@
 #include "core/core.h"
 #include "kway/kway.h"
 
+using namespace hypra;
+
 namespace kwaytest {
 
 // Builds a hypergraph with incidence arrays from pin lists (unit weights unless given).

@@ -10,6 +10,8 @@
 #include "common/test_hypergraphs.h"
 #include "partition/hypra.h"
 
+using namespace hypra;
+
 namespace {
 
 using testhg::Hypergraph;

@@ -5,6 +5,8 @@
 
 #include "parallel/parallel.h"
 
+using namespace hypra;
+
 namespace {
 
 TEST(Scheduler, RunsEveryTaskOnceForAnyThreadCount) {

@@ -8,6 +8,8 @@
 #include "fixtures.h"
 #include "partition/partition.h"
 
+using namespace hypra;
+
 namespace {
 
 PartCtrl BisectionCtrl(int nruns, int vcycle, int dbglvl) {

@@ -12,6 +12,8 @@
 #include "driver/driver_test_util.h"
 #include "fixtures.h"
 
+using namespace hypra;
+
 namespace {
 
 using driver_test::ReadFile;

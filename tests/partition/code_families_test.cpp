@@ -8,6 +8,8 @@
 #include "partition/partition.h"
 #include "refine2/refine2.h"
 
+using namespace hypra;
+
 namespace {
 
 TEST(CodeFamilies, CoarseningSchemesOneToFive) {

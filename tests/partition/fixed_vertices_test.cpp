@@ -7,6 +7,8 @@
 #include "partition/hypra.h"
 #include "partition/partition.h"
 
+using namespace hypra;
+
 namespace {
 
 TEST(FixedVertices, NothingFixedGivesEmptySuperVerticesInFront) {

@@ -8,6 +8,8 @@
 #include "common/test_hypergraphs.h"
 #include "core/core.h"
 
+using namespace hypra;
+
 using TestHypergraph = testhg::Hypergraph;
 
 // A deterministic generator independent of the C library's rand(), so fixtures never disturb

@@ -9,6 +9,8 @@
 #include "partition/hypra.h"
 #include "partition/partition.h"
 
+using namespace hypra;
+
 namespace {
 
 // The targets of the bisections in the order they ran, from the bit-8 summary lines.

@@ -15,6 +15,8 @@
 #include "core/core.h"
 #include "refine2/refine2.h"
 
+using namespace hypra;
+
 namespace r2test {
 
 using testhg::Nets;

@@ -4,6 +4,8 @@
 
 #include "refine2/fixtures.h"
 
+using namespace hypra;
+
 namespace {
 
 using r2test::Make;

@@ -6,6 +6,8 @@
 #include "common/test_run.h"
 #include "refine2/fixtures.h"
 
+using namespace hypra;
+
 namespace {
 
 using r2test::Make;

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+using namespace hypra;
+
 namespace {
 
 std::vector<int> Drain(PQueue *q) {

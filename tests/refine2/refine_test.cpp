@@ -6,6 +6,8 @@
 #include "coarsen/coarsen.h"
 #include "refine2/fixtures.h"
 
+using namespace hypra;
+
 namespace {
 
 using r2test::Make;
