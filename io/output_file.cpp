@@ -6,10 +6,10 @@
 
 #include <cerrno>
 #include <csignal>
-#include <initializer_list>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "core/core.h"
 #include "io/io.h"
@@ -60,6 +60,7 @@ void SetPending(const char *tmppath) {
 [[noreturn]] void Fail(const char *msg, int status) {
   std::perror(msg);
   std::fflush(stdout);
+  MarkFatalExit__();
   std::exit(status);
 }
 
@@ -176,6 +177,7 @@ void CloseOutputFile(OutputFile *out) {
     if (!written || !closed) {
       std::fflush(stdout);
       std::fprintf(stderr, "%s: writing %s failed\n", out->msg, out->path);
+      MarkFatalExit__();
       std::exit(out->failure_status);
     }
     return;
@@ -185,6 +187,7 @@ void CloseOutputFile(OutputFile *out) {
     pending = 0;
     std::fflush(stdout);
     std::fprintf(stderr, "%s: writing %s failed\n", out->msg, out->path);
+    MarkFatalExit__();
     std::exit(out->failure_status);
   }
   if (std::rename(out->tmppath, out->target) != 0) {
