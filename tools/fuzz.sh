@@ -20,8 +20,8 @@ command -v clang++ >/dev/null || { echo "tools/fuzz.sh needs clang++ (apt-get in
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=Release -DHYPRA_FUZZ=ON \
   -DHYPRA_SANITIZE=ON -DHYPRA_TESTS=OFF >/dev/null
 cmake --build build-fuzz -j2 --target "${target}_fuzz" >/dev/null
-work="build-fuzz/corpus/$target"
-failures="tests/fuzz/failures/$target"
+work="$PWD/build-fuzz/corpus/$target"
+failures="$PWD/tests/fuzz/failures/$target"
 mkdir -p "$work" "$failures"
 log="build-fuzz/fuzz-$target.log"
 jobs="${FUZZ_JOBS:-1}"
@@ -31,7 +31,7 @@ ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1 UBSAN_OPTIONS=print_stac
   "build-fuzz/tests/fuzz/${target}_fuzz" -max_total_time="$seconds" -timeout=20 \
   -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$failures/" \
   $([ "$jobs" -gt 1 ] && echo "-fork=$jobs") \
-  "$work" "tests/fuzz/corpus/$target" >"$log" 2>&1 || status=$?
+  "$work" "$PWD/tests/fuzz/corpus/$target" >"$log" 2>&1 || status=$?
 grep -E "^stat::number_of_executed_units|^stat::average_exec_per_sec|^stat::new_units_added" "$log" || true
 if [ "$status" -ne 0 ]; then
   echo "FAILURE found by $target (status $status); input saved in $failures/:"

@@ -1,14 +1,18 @@
 // The exit wrapper and scratch files of the fuzz targets.
 #include "fuzz/fuzz_support.h"
 
+#include <dirent.h>
 #include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <unordered_set>
 #include <vector>
 
 extern "C" [[noreturn]] void __real_exit(int status);
+extern "C" void *__real_malloc(size_t size);
+extern "C" void __real_free(void *ptr);
 
 namespace fuzz {
 
@@ -22,16 +26,65 @@ int ExitStatus() {
   return last_status;
 }
 
+namespace {
+// The library's arrays (malloc and free are wrapped too) allocated during the guarded call and
+// not yet released; after a jump back they are released here.
+std::unordered_set<void *> *live = nullptr;
+constexpr int kMaxFd = 4096;
+bool open_before[kMaxFd];
+
+// Calls fn(fd) for every open descriptor below kMaxFd.
+template <typename F>
+void ForEachOpenFd(F fn) {
+  DIR *dir = opendir("/proc/self/fd");
+  if (dir == nullptr) return;
+  const int own = dirfd(dir);
+  while (const dirent *e = readdir(dir)) {
+    const int fd = std::atoi(e->d_name);
+    if (e->d_name[0] >= '0' && e->d_name[0] <= '9' && fd != own && fd < kMaxFd) fn(fd);
+  }
+  closedir(dir);
+}
+}  // namespace
+
+void RememberOpenFiles() {
+  if (live == nullptr) live = new std::unordered_set<void *>;
+  live->clear();
+  for (bool &b : open_before) b = false;
+  ForEachOpenFd([](int fd) { open_before[fd] = true; });
+}
+
+void ReleaseAllocatedSince() {
+  if (live == nullptr) return;
+  for (void *p : *live) __real_free(p);
+  live->clear();
+}
+
+void CloseFilesOpenedSince() {
+  std::vector<int> opened;
+  ForEachOpenFd([&](int fd) {
+    if (!open_before[fd]) opened.push_back(fd);
+  });
+  for (int fd : opened) close(fd);
+  ReleaseAllocatedSince();
+}
+
+namespace {
+// The folder's name outlives every static object, so the exit handler can still remove it.
+char scratch[64];
+void RemoveScratch() {
+  char cmd[128];
+  std::snprintf(cmd, sizeof(cmd), "rm -rf '%s'", scratch);
+  if (std::system(cmd) != 0) return;
+}
+}  // namespace
+
 const std::string &ScratchFolder() {
   static const std::string folder = [] {
-    char tmpl[] = "/tmp/hypra-fuzz-XXXXXX";
-    const char *made = mkdtemp(tmpl);
-    if (made == nullptr) Fail("cannot make a scratch folder");
-    std::atexit([] {
-      const std::string cmd = "rm -rf '" + ScratchFolder() + "'";
-      if (std::system(cmd.c_str()) != 0) return;
-    });
-    return std::string(made);
+    std::snprintf(scratch, sizeof(scratch), "/tmp/hypra-fuzz-XXXXXX");
+    if (mkdtemp(scratch) == nullptr) Fail("cannot make a scratch folder");
+    std::atexit(RemoveScratch);
+    return std::string(scratch);
   }();
   return folder;
 }
@@ -60,6 +113,17 @@ void Fail(const char *format, ...) {
 }
 
 }  // namespace fuzz
+
+extern "C" void *__wrap_malloc(size_t size) {
+  void *p = __real_malloc(size);
+  if (fuzz::exit_armed && p != nullptr && fuzz::live != nullptr) fuzz::live->insert(p);
+  return p;
+}
+
+extern "C" void __wrap_free(void *ptr) {
+  if (ptr != nullptr && fuzz::live != nullptr) fuzz::live->erase(ptr);
+  __real_free(ptr);
+}
 
 // Every call of exit in the linked objects comes here; during a guarded call it returns to the
 // guard, at any other time it ends the process.

@@ -15,17 +15,23 @@ extern std::jmp_buf exit_jump;
 extern bool exit_armed;
 // The status of the exit that last jumped back.
 int ExitStatus();
+void RememberOpenFiles();
+void CloseFilesOpenedSince();  // also releases the arrays allocated since
 
 // Runs fn; returns -1 when it returned normally, otherwise the status passed to exit.
+// A jump back leaves the files the call had open; they are closed again, so that a long campaign
+// does not run out of descriptors.
 template <typename F>
 int Guarded(F fn) {
   static volatile int status;
   status = -1;
+  RememberOpenFiles();
   if (setjmp(exit_jump) == 0) {
     exit_armed = true;
     fn();
   } else {
     status = ExitStatus();
+    CloseFilesOpenedSince();
   }
   exit_armed = false;
   return status;

@@ -6,6 +6,8 @@
 // returned objective equal to the one recomputed from the partition where it is exact (no
 // single-pin hyperedges, and for recursive bisection a cut not summed over split hyperedges).
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 #include "core/core.h"
@@ -57,11 +59,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const int nparts = c.Pick(2, h.nvtxs + 6);
   const int ubfactor = c.Pick(1, 49);
   int options[9] = {1,
-                    c.Pick(1, 3),  // runs
-                    c.Pick(1, 5),  // CType
-                    c.Pick(1, 3),  // RType
-                    c.Pick(0, 3),  // V-cycles
-                    c.Pick(0, 1),  // reconstruction
+                    c.Pick(1, 3),                        // runs
+                    c.Pick(1, 5),                        // CType
+                    kway ? c.Pick(1, 2) : c.Pick(1, 3),  // RType: k-way has two objectives
+                    c.Pick(0, 3),                        // V-cycles
+                    c.Pick(0, 1),                        // reconstruction
                     kway ? 0 : c.Pick(0, 1),
                     c.Byte(),
                     0};
@@ -91,6 +93,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       part[v] = wanted[v];
     }
 
+  // FUZZ_PRINT=1 shows the instance (for reproducing a failure by hand).
+  if (std::getenv("FUZZ_PRINT") != nullptr) {
+    std::fprintf(stderr, "%s nparts %d ub %d options", kway ? "kway" : "rb", nparts, ubfactor);
+    for (int o : options) std::fprintf(stderr, " %d", o);
+    std::fprintf(stderr, "\n%d %d 11\n", h.nhedges, h.nvtxs);
+    for (int e = 0; e < h.nhedges; e++) {
+      std::fprintf(stderr, "%d", h.hewgts[e]);
+      for (int j = h.eptr[e]; j < h.eptr[e + 1]; j++) std::fprintf(stderr, " %d", h.eind[j] + 1);
+      std::fprintf(stderr, "\n");
+    }
+    for (int v = 0; v < h.nvtxs; v++) std::fprintf(stderr, "%d\n", h.vwgts[v]);
+    if (fixed)
+      for (int v = 0; v < h.nvtxs; v++) std::fprintf(stderr, "fix %d\n", wanted[v]);
+  }
   static int objective;
   objective = -1;
   const int status = fuzz::Guarded([&] {
