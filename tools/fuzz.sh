@@ -16,7 +16,7 @@ case "$target" in read_hgraph|read_fix|advanced_cli|pipeline) ;; *)
   echo "unknown target '$target' (read_hgraph, read_fix, advanced_cli, pipeline)" >&2; exit 2 ;;
 esac
 seconds=$(awk -v m="$minutes" 'BEGIN { s = int(m * 60); print (s < 1 ? 1 : s) }')
-command -v clang++ >/dev/null || { echo "tools/fuzz.sh needs clang++ (apt-get install clang)" >&2; exit 2; }
+tools/deps.sh --fuzz
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=Release -DHYPRA_FUZZ=ON \
   -DHYPRA_SANITIZE=ON -DHYPRA_TESTS=OFF >/dev/null
 cmake --build build-fuzz -j2 --target "${target}_fuzz" >/dev/null
