@@ -210,6 +210,9 @@ int WeightLimitProblem__(int nvtxs, int nhedges, const int *cellwgt, const int *
 // Runtime support
 // ---------------------------------------------------------------------------------------------
 
+// Marks the coming exit as the end of a failed run, whose arrays are still allocated by design
+// (so that a leak checker does not report them); errexit__ calls it.
+void MarkFatalExit__();
 [[noreturn]] void errexit__(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 void *RVmalloc__(long long nbytes, const char *msg);

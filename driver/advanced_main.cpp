@@ -153,6 +153,14 @@ Arguments ParseArguments(int argc, char *argv[]) {
     PrintUsage(stderr, program);
     std::exit(kUsageError);
   }
+  // The direct k-way path has two objectives; any other refinement code would end the run at
+  // the first level it refines, or report no objective at all when there is none to refine.
+  if (a.kway && (a.rtype < 1 || a.rtype > 2)) {
+    std::fprintf(stderr, "%s: with --kway, --rtype is 1 (cut) or 2 (SOED), got %d\n", program,
+                 a.rtype);
+    PrintUsage(stderr, program);
+    std::exit(kUsageError);
+  }
   a.graphfile = positional[0];
   a.nparts = ParseInt(program, "Nparts", positional[1]);
   a.ubfactor = ParseInt(program, "UBfactor", positional[2]);

@@ -37,6 +37,7 @@ void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, int st
       std::printf(
           "Input Error:\n\tThe file %s contains more than %d sets of pre-assigned vertices.\n\n",
           fixfile, nparts);
+      MarkFatalExit__();
       std::exit(0);
     }
     in->io_time += seconds__() - start;

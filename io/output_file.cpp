@@ -62,6 +62,7 @@ void SetPending(const char *tmppath) {
 [[noreturn]] void Fail(const char *msg, int status) {
   std::perror(msg);
   std::fflush(stdout);
+  MarkFatalExit__();
   std::exit(status);
 }
 
@@ -178,6 +179,7 @@ void CloseOutputFile(OutputFile *out) {
     if (!written || !closed) {
       std::fflush(stdout);
       std::fprintf(stderr, "%s: writing %s failed\n", out->msg, out->path);
+      MarkFatalExit__();
       std::exit(out->failure_status);
     }
     return;
@@ -187,6 +189,7 @@ void CloseOutputFile(OutputFile *out) {
     pending = 0;
     std::fflush(stdout);
     std::fprintf(stderr, "%s: writing %s failed\n", out->msg, out->path);
+    MarkFatalExit__();
     std::exit(out->failure_status);
   }
   if (std::rename(out->tmppath, out->target) != 0) {

@@ -1,13 +1,16 @@
 #!/usr/bin/env bash
 # Installs what the build needs (compiler, CMake, GoogleTest) when it is missing.
 # With --bench also the tools bench/compare.sh measures with: GNU time (/usr/bin/time) and
-# valgrind (instruction counts). The build and the tests need neither, so they stay optional.
+# valgrind (instruction counts). With --fuzz also clang, whose libFuzzer tools/fuzz.sh builds the
+# fuzz targets with. The build and the tests need none of these, so they stay optional.
 set -euo pipefail
 bench=0
+fuzz=0
 case "${1:-}" in
   "") ;;
   --bench) bench=1 ;;
-  *) echo "usage: tools/deps.sh [--bench]" >&2; exit 2 ;;
+  --fuzz) fuzz=1 ;;
+  *) echo "usage: tools/deps.sh [--bench|--fuzz]" >&2; exit 2 ;;
 esac
 missing=()
 command -v g++ >/dev/null 2>&1 || missing+=(g++)
@@ -18,6 +21,9 @@ command -v pkg-config >/dev/null 2>&1 || missing+=(pkg-config)
 if [ "$bench" -eq 1 ]; then
   [ -x /usr/bin/time ] || missing+=(time)
   command -v valgrind >/dev/null 2>&1 || missing+=(valgrind)
+fi
+if [ "$fuzz" -eq 1 ]; then
+  command -v clang++ >/dev/null 2>&1 || missing+=(clang)
 fi
 if [ ${#missing[@]} -gt 0 ]; then
   echo "Installing: ${missing[*]}"

@@ -245,4 +245,19 @@ TEST(InputLimits, AverageCutOverRunsIsExact) {
   EXPECT_NE(r.out.find("(average = 268435456.0)"), std::string::npos) << r.out;
 }
 
+TEST(InputLimits, KwayTakesOnlyItsTwoObjectives) {
+  // Found by fuzzing: --rtype 3 with --kway reported "minsoed = 0" for a hypergraph too small to
+  // coarsen (nothing refined, no objective computed) and ended larger runs at the first level.
+  ScratchDir dir;
+  dir.Write("g.hgr", "2 4\n1 2 3\n2 3 4\n");
+  const auto r = RunWith(Advanced(), {"g.hgr", "3", "4", "--kway", "--rtype", "3"}, dir.path);
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(
+      r.err.rfind("hypra-advanced: with --kway, --rtype is 1 (cut) or 2 (SOED), got 3\n", 0) == 0 ||
+          r.err.find("with --kway, --rtype is 1 (cut) or 2 (SOED), got 3\n") != std::string::npos,
+      true)
+      << r.err;
+  EXPECT_EQ(r.out, "");
+}
+
 }  // namespace

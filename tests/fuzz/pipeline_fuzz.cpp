@@ -1,0 +1,139 @@
+// Fuzz target: the whole partitioner on small hypergraphs with random settings. The input bytes
+// are read as a stream of choices: the settings (method, Nparts from 2 to beyond the vertex
+// count, UBfactor, CType 1-5, RType 1-3, V-cycle mode 0-3, reconstruction, runs, seed, fixed
+// vertices), then the hypergraph (vertex and hyperedge weights, hyperedges of 1 to 12 pins). A run
+// that finishes must give a valid partition: parts in range, fixed vertices in place, and the
+// returned objective equal to the one recomputed from the partition where it is exact (no
+// single-pin hyperedges, and for recursive bisection a cut not summed over split hyperedges).
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "core/core.h"
+#include "fuzz/fuzz_support.h"
+#include "partition/hypra.h"
+
+using namespace hypra;
+
+namespace {
+
+// Reads the input as a sequence of small numbers; past the end every number is 0.
+struct Choices {
+  const uint8_t *data;
+  size_t size, at = 0;
+  int Byte() { return at < size ? data[at++] : 0; }
+  int Pick(int lo, int hi) { return lo + Byte() % (hi - lo + 1); }
+};
+
+struct Instance {
+  int nvtxs = 0, nhedges = 0;
+  std::vector<int> eptr{0}, eind, vwgts, hewgts;
+  bool single_pin = false;
+};
+
+long long Objective(const Instance &h, const std::vector<int> &part, bool soed) {
+  long long total = 0;
+  for (int e = 0; e < h.nhedges; e++) {
+    std::vector<int> parts;
+    for (int j = h.eptr[e]; j < h.eptr[e + 1]; j++) {
+      bool seen = false;
+      for (int p : parts) seen = seen || p == part[h.eind[j]];
+      if (!seen) parts.push_back(part[h.eind[j]]);
+    }
+    if (parts.size() > 1) total += (soed ? static_cast<long long>(parts.size()) : 1) * h.hewgts[e];
+  }
+  return total;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+  fuzz::QuietStdout();
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  Choices c{data, size};
+  const bool kway = c.Byte() & 1;
+  Instance h;
+  h.nvtxs = c.Pick(2, 80);
+  const int nparts = c.Pick(2, h.nvtxs + 6);
+  const int ubfactor = c.Pick(1, 49);
+  int options[9] = {1,
+                    c.Pick(1, 3),                        // runs
+                    c.Pick(1, 5),                        // CType
+                    kway ? c.Pick(1, 2) : c.Pick(1, 3),  // RType: k-way has two objectives
+                    c.Pick(0, 3),                        // V-cycles
+                    c.Pick(0, 1),                        // reconstruction
+                    kway ? 0 : c.Pick(0, 1),
+                    c.Byte(),
+                    0};
+  const bool fixed = options[6] == 1;
+  const bool weighted = c.Byte() & 1;
+  for (int v = 0; v < h.nvtxs; v++) h.vwgts.push_back(weighted ? c.Pick(0, 20) : 1);
+  h.nhedges = c.Pick(0, 120);
+  for (int e = 0; e < h.nhedges; e++) {
+    const int npins = c.Pick(1, 12);
+    std::vector<int> pins;
+    for (int k = 0; k < npins; k++) {
+      const int v = c.Pick(0, h.nvtxs - 1);
+      bool seen = false;
+      for (int u : pins) seen = seen || u == v;
+      if (!seen) pins.push_back(v);
+    }
+    h.single_pin = h.single_pin || pins.size() == 1;
+    for (int v : pins) h.eind.push_back(v);
+    h.eptr.push_back(static_cast<int>(h.eind.size()));
+    h.hewgts.push_back(weighted ? c.Pick(1, 30) : 1);
+  }
+  std::vector<int> part(h.nvtxs, -1), wanted(h.nvtxs, -1);
+  if (fixed)
+    for (int v = 0; v < h.nvtxs; v++) {
+      const int x = c.Byte();
+      wanted[v] = x % 4 == 0 ? x / 4 % nparts : -1;
+      part[v] = wanted[v];
+    }
+
+  // FUZZ_PRINT=1 shows the instance (for reproducing a failure by hand).
+  if (std::getenv("FUZZ_PRINT") != nullptr) {
+    std::fprintf(stderr, "%s nparts %d ub %d options", kway ? "kway" : "rb", nparts, ubfactor);
+    for (int o : options) std::fprintf(stderr, " %d", o);
+    std::fprintf(stderr, "\n%d %d 11\n", h.nhedges, h.nvtxs);
+    for (int e = 0; e < h.nhedges; e++) {
+      std::fprintf(stderr, "%d", h.hewgts[e]);
+      for (int j = h.eptr[e]; j < h.eptr[e + 1]; j++) std::fprintf(stderr, " %d", h.eind[j] + 1);
+      std::fprintf(stderr, "\n");
+    }
+    for (int v = 0; v < h.nvtxs; v++) std::fprintf(stderr, "%d\n", h.vwgts[v]);
+    if (fixed)
+      for (int v = 0; v < h.nvtxs; v++) std::fprintf(stderr, "fix %d\n", wanted[v]);
+  }
+  static int objective;
+  objective = -1;
+  const int status = fuzz::Guarded([&] {
+    if (kway)
+      HYPRA_PartKway(h.nvtxs, h.nhedges, h.vwgts.data(), h.eptr.data(), h.eind.data(),
+                     h.hewgts.data(), nparts, ubfactor, options, part.data(), &objective);
+    else
+      HYPRA_PartRecursive(h.nvtxs, h.nhedges, h.vwgts.data(), h.eptr.data(), h.eind.data(),
+                          h.hewgts.data(), nparts, ubfactor, options, part.data(), &objective);
+  });
+  if (status != -1) return 0;  // refused with a message
+
+  for (int v = 0; v < h.nvtxs; v++) {
+    if (part[v] < 0 || part[v] >= nparts)
+      fuzz::Fail("vertex %d in part %d of %d", v, part[v], nparts);
+    if (wanted[v] != -1 && part[v] != wanted[v])
+      fuzz::Fail("fixed vertex %d moved from %d to %d", v, wanted[v], part[v]);
+  }
+  if (h.single_pin) return 0;
+  if (kway) {
+    const long long expect = Objective(h, part, options[3] != 1);
+    if (expect != objective) fuzz::Fail("k-way objective %d, recomputed %lld", objective, expect);
+  } else if (options[5] == 0 || (nparts > 2 && nparts <= 64)) {
+    const long long expect = Objective(h, part, false);
+    if (expect != objective) fuzz::Fail("cut %d, recomputed %lld", objective, expect);
+  }
+  return 0;
+}
