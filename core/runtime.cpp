@@ -23,8 +23,9 @@ bool fatal_exit = false;
 #endif
 #ifdef HYPRA_LEAK_CHECKED
 // The leak checker's hook, asked at exit: after a fatal error every array the run was using is
-// still allocated, which is no leak.
-extern "C" int __lsan_is_turned_off() {
+// still allocated, which is no leak. The sanitizer runtime looks it up by name, so it stays
+// visible although the library hides its other symbols.
+extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off() {
   return fatal_exit ? 1 : 0;
 }
 #endif
