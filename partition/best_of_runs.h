@@ -43,6 +43,11 @@ struct BestOfRunsResult {
 //   trace; void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest): the way back up
 //   from
 //     a restricted coarsening.
+// CType 1 alternates its two schemes from run to run; any other CType stays as it is.
+inline int RunCType__(int ctype, int run) {
+  return ctype == 1 ? (run % 2 == 0 ? 1 : 2) : ctype;
+}
+
 template <typename Method>
 BestOfRunsResult SerialRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
                               const Method &method);
@@ -76,7 +81,7 @@ BestOfRunsResult SerialRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int
   InitRandom__(&ctrl->run->rng, ctrl->Seed);
 
   for (int run = 0; run < ctrl->Nruns; run++) {
-    if (oldCType == 1) ctrl->CType = run % 2 == 0 ? 1 : 2;
+    ctrl->CType = RunCType__(oldCType, run);
 
     method.PartitionPruned(ctrl, pgraph);
     const int prunedobj = method.Objective(pgraph);
@@ -167,7 +172,7 @@ BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, i
     pr.run.out = &pr.out;
     PartCtrl c = *ctrl;
     c.run = &pr.run;
-    if (oldCType == 1) c.CType = r % 2 == 0 ? 1 : 2;
+    c.CType = RunCType__(oldCType, r);
 
     HGraph *pg = CopyRunGraph__(pgraph);
     HGraph *g = CreateRunView__(graph);
@@ -191,7 +196,7 @@ BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, i
     pr.run.out = ctrl->run->out;
     PartCtrl c = *ctrl;
     c.run = &pr.run;
-    if (oldCType == 1) c.CType = r % 2 == 0 ? 1 : 2;
+    c.CType = RunCType__(oldCType, r);
 
     const bool improved = pr.prunedobj < bestpruned;
     if (improved) bestpruned = pr.prunedobj;
