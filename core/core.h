@@ -5,6 +5,7 @@
 // names its purpose, and released through RVfree__, which nulls every pointer it frees.
 #pragma once
 
+#include <atomic>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
@@ -148,6 +149,15 @@ struct RunState {
 struct Scheduler;
 
 // The control record handed as first argument to every internal routine.
+// Tells whoever shows a run's progress that one more multilevel run (of a bisection, or a trial
+// of the direct path) has finished, from whichever thread finished it.
+struct ProgressHook {
+  void (*report)(void *data, int done, int total);
+  void *data;
+  int total;
+  std::atomic<int> done;
+};
+
 struct PartCtrl {
   int CoarsenTo;
   int CType;
@@ -174,6 +184,7 @@ struct PartCtrl {
   int Parallel;
   int64_t Place;     // the bisection's place in the recursion
   Scheduler *Sched;  // not owned; null runs everything on the calling thread
+  ProgressHook *Progress;  // not owned; null when nobody is told
 
   double TotalTmr, CoarsenTmr, RefTmr, InitRefTmr, IterTmr, WrapUpTmr, MultilevelTmr, InitPartTmr,
       ProjectTmr, SpareTmr, UncoarsenTmr, AuxTmr1, AuxTmr2, AuxTmr3, AuxTmr4;
@@ -206,6 +217,24 @@ constexpr int kMaxWeightedPins = INT_MAX - 1;
 int WeightLimitProblem__(int nvtxs, int nhedges, const int *cellwgt, const int *netptr,
                          const int *netwgt, char *why, int size);
 
+// Quality of a partition: the cut (weight of the hyperedges touching two or more parts), the sum
+// of external degrees (each cut hyperedge counted once per part it touches), connectivity - 1
+// (each hyperedge's weight times the parts it touches less one), and the imbalance, the heaviest
+// part's weight over ceil(total / nparts), less 1.
+struct PartitionMetrics {
+  long long cut, soed, km1;
+  long long total, maxpart;
+  double imbalance;
+};
+// Fills m (and pwgts, nparts part weights, when not null); null weight arrays mean unit weights.
+// Returns 1, leaving m unset, when a part is outside 0..nparts-1 or a size is negative.
+int ComputePartitionMetrics__(int nvtxs, int nhedges, const int *cellwgt, const int *netptr,
+                              const int *netind, const int *netwgt, int nparts, const int *part,
+                              long long *pwgts, PartitionMetrics *m);
+// The heaviest a part may weigh under the imbalance bound epsilon: (1 + epsilon) x
+// ceil(total / nparts), rounded down.
+long long ImbalanceBound__(long long total, int nparts, double epsilon);
+
 // ---------------------------------------------------------------------------------------------
 // Runtime support
 // ---------------------------------------------------------------------------------------------
@@ -213,6 +242,13 @@ int WeightLimitProblem__(int nvtxs, int nhedges, const int *cellwgt, const int *
 // Marks the coming exit as the end of a failed run, whose arrays are still allocated by design
 // (so that a leak checker does not report them); errexit__ calls it.
 void MarkFatalExit__();
+// The status a fatal error ends the process with: 0 unless a program chose another at its start,
+// before any run began.
+void SetFatalExitStatus__(int status);
+int FatalExitStatus__();
+// Makes a failed `new` (a standard container growing, a thread pool starting) end the program
+// through errexit__ with a message, as a failed array allocation does, instead of aborting.
+void InstallOutOfMemoryHandler__();
 [[noreturn]] void errexit__(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 void *RVmalloc__(long long nbytes, const char *msg);
@@ -257,6 +293,14 @@ inline void stoptimer__(const PartCtrl *ctrl, double &tmr) {
 }
 void InitTimers__(PartCtrl *ctrl);
 void PrintTimers__(const PartCtrl *ctrl, int detail);
+
+// Counts one finished multilevel run towards the progress the caller is shown, if any.
+inline void ReportRunDone__(const PartCtrl *ctrl) {
+  ProgressHook *hook = ctrl->Progress;
+  if (hook == nullptr) return;
+  const int done = hook->done.fetch_add(1, std::memory_order_relaxed) + 1;
+  hook->report(hook->data, done, hook->total);
+}
 
 // Randomness. Every random choice comes from a run's RandomState; a negative seed seeds from the
 // clock, which is read through ClockSeed__ so that a whole run can be made reproducible by

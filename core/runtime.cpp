@@ -6,12 +6,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "core/core.h"
 
 namespace {
 // Set when the process ends on a fatal error, with its data still allocated by design.
 bool fatal_exit = false;
+// The exit status of a fatal error: 0 for the specified program, chosen once by a program that
+// wants scripts to see failures.
+int fatal_status = 0;
 }  // namespace
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -36,6 +40,14 @@ void MarkFatalExit__() {
   fatal_exit = true;
 }
 
+void SetFatalExitStatus__(int status) {
+  fatal_status = status;
+}
+
+int FatalExitStatus__() {
+  return fatal_status;
+}
+
 void errexit__(const char *format, ...) {
   va_list args;
   va_start(args, format);
@@ -43,10 +55,23 @@ void errexit__(const char *format, ...) {
   va_end(args);
   std::fprintf(stderr, "\n");
   std::fflush(stderr);
-  // Fatal errors end the process with status 0 by design; flush what the run printed so far.
+  // Fatal errors end the process with status 0 by design (unless the program chose otherwise);
+  // flush what the run printed so far.
   std::fflush(stdout);
   MarkFatalExit__();
-  std::exit(0);
+  std::exit(fatal_status);
+}
+
+namespace {
+
+[[noreturn]] void OutOfMemory() {
+  errexit__("Memory allocation failed: out of memory.\n");
+}
+
+}  // namespace
+
+void InstallOutOfMemoryHandler__() {
+  std::set_new_handler(OutOfMemory);
 }
 
 void *RVmalloc__(long long nbytes, const char *msg) {
@@ -87,7 +112,7 @@ FILE *RVfopen__(const char *path, const char *mode, const char *msg) {
     std::perror(msg);
     std::fflush(stdout);
     MarkFatalExit__();
-    std::exit(0);
+    std::exit(fatal_status);
   }
   return fp;
 }

@@ -28,6 +28,13 @@ void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, int st
 // process with failure_status.
 void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outfile,
                double part_time, int failure_status, double wall_time = -1.0, int threads = 0);
+// Writes the partition to outfile, or when null next to graphfile by WriteHGraphPart's rule;
+// returns the seconds it took. A failed write ends the process with failure_status.
+double WriteRunPartition(int nvtxs, const int *part, const char *graphfile, const char *outfile,
+                         int failure_status);
+// The closing block of the report: partitioning and I/O times (and the wall-clock time of the
+// parallel mode on that many threads when wall_time is not negative).
+void PrintTimingBlock(double part_time, double io_time, double wall_time, int threads);
 // Writes the partition file named by WriteHGraphPart's rule; a failed write ends the process with
 // failure_status.
 void WriteHGraphPartStatus(int nvtxs, const int *part, const char *filename, int failure_status);

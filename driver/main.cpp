@@ -27,6 +27,7 @@ void PrintUsage(const char *program) {
 }  // namespace
 
 int main(int argc, char *argv[]) {
+  InstallOutOfMemoryHandler__();
   if (argc != 4 && argc != 5) {
     PrintUsage(argv[0]);
     return 0;

@@ -44,29 +44,37 @@ void ReadRunInput(const char *graphfile, const char *fixfile, int nparts, int st
   }
 }
 
-void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outfile,
-               double part_time, int failure_status, double wall_time, int threads) {
-  HGraph *graph = in->graph;
-  const int nvtxs = graph->nvtxs;
-
-  double io_time = in->io_time - seconds__();
+double WriteRunPartition(int nvtxs, const int *part, const char *graphfile, const char *outfile,
+                         int failure_status) {
+  const double start = seconds__();
   if (outfile != nullptr)
-    WritePartitionTo(nvtxs, in->part, outfile, failure_status);
+    WritePartitionTo(nvtxs, part, outfile, failure_status);
   else
-    WriteHGraphPartStatus(nvtxs, in->part, graphfile, failure_status);
-  const double io_end = seconds__();
+    WriteHGraphPartStatus(nvtxs, part, graphfile, failure_status);
+  return seconds__() - start;
+}
 
-  PrintPartStatistics(nvtxs, graph->nhedges, nparts, graph->netptr, graph->netind, graph->netwgt,
-                      graph->cellwgt, in->part);
-
+void PrintTimingBlock(double part_time, double io_time, double wall_time, int threads) {
   std::printf("\n\nTiming Information ---------------------------------------------------------");
   std::printf("\n  Partitioning Time:\t\t %7.3fsec", part_time);
   // Beside others the threads' CPU times add up; the wall clock tells how long it took.
   if (wall_time >= 0)
     std::printf(" (CPU, %d threads)\n    Wall-clock Time:\t\t %7.3fsec", threads, wall_time);
-  std::printf("\n           I/O Time:\t\t %7.3fsec", io_end + io_time);
+  std::printf("\n           I/O Time:\t\t %7.3fsec", io_time);
   std::printf(
       "\n*******************************************************************************\n");
+}
+
+void FinishRun(RunInput *in, int nparts, const char *graphfile, const char *outfile,
+               double part_time, int failure_status, double wall_time, int threads) {
+  HGraph *graph = in->graph;
+  const int nvtxs = graph->nvtxs;
+
+  const double io_time =
+      in->io_time + WriteRunPartition(nvtxs, in->part, graphfile, outfile, failure_status);
+  PrintPartStatistics(nvtxs, graph->nhedges, nparts, graph->netptr, graph->netind, graph->netwgt,
+                      graph->cellwgt, in->part);
+  PrintTimingBlock(part_time, io_time, wall_time, threads);
 
   FreeHGraph__(graph);
   RVfree__(&in->part);

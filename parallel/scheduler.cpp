@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -59,7 +60,16 @@ void WorkerLoop(Scheduler *sched) {
 
 Scheduler *CreateScheduler__(int nthreads) {
   auto *sched = new Scheduler;
-  for (int i = 1; i < nthreads; i++) sched->workers.emplace_back(WorkerLoop, sched);
+  if (nthreads > 1) sched->workers.reserve(static_cast<size_t>(nthreads) - 1);
+  for (int i = 1; i < nthreads; i++) {
+    // Out of threads or of memory for their stacks, the pool keeps the workers it has: the
+    // result does not depend on how many there are, only the time does.
+    try {
+      sched->workers.emplace_back(WorkerLoop, sched);
+    } catch (const std::system_error &) {
+      break;
+    }
+  }
   return sched;
 }
 

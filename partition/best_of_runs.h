@@ -112,6 +112,7 @@ BestOfRunsResult SerialRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int
     }
     if (ctrl->Vcycle == 1) OfferToSlots__(&keep, graph->where, nvtxs, obj);
     method.FreeRun(graph, pgraph);
+    ReportRunDone__(ctrl);
   }
   ctrl->CType = oldCType;
 
@@ -188,6 +189,7 @@ BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, i
     pr.kwayobj = g->kwayobj;
     FreeRunView__(g);
     FreeHGraph__(pg);
+    ReportRunDone__(ctrl);
   });
 
   for (int r = 0; r < nruns; r++) {

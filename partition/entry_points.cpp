@@ -166,11 +166,13 @@ struct RunSetup {
   bool has_seed = false;
   int64_t seed = 0;
   int threads = 0;  // 0: the serial path; N >= 1: the parallel mode on N threads
+  ProgressHook *progress = nullptr;
 };
 
 // Puts the setup into the control record; returns the scheduler to release (null when serial).
 Scheduler *ApplySetup(PartCtrl *ctrl, const RunSetup &setup) {
   if (setup.has_seed) ctrl->Seed = setup.seed;
+  ctrl->Progress = setup.progress;
   if (setup.threads < 1) return nullptr;
   // One seed for the whole call: every stream derives from it, whatever runs when.
   if (ctrl->Seed < 0) ctrl->Seed = ClockSeed__();
@@ -330,6 +332,15 @@ extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const i
   setup.has_seed = true;
   setup.seed = params->seed;
   setup.threads = params->threads;
+  // Every bisection of the recursion (nparts - 1 of them) makes `runs` runs; the direct path
+  // makes `runs` trials.
+  ProgressHook progress{params->progress, params->progress_data, 0, {0}};
+  if (params->progress != nullptr) {
+    const long long runs = static_cast<long long>(params->runs) *
+                           (params->method == HYPRA_DIRECT ? 1 : params->nparts - 1LL);
+    progress.total = runs > INT_MAX ? INT_MAX : static_cast<int>(runs);
+    setup.progress = &progress;
+  }
   // The serial setting continues the thread's sequence as the options-vector entry points do;
   // the parallel mode draws only from streams of its own and leaves that sequence alone.
   SharedRun shared;

@@ -129,6 +129,11 @@ typedef struct HYPRA_Params {
   int threads;      /* 0: exactly the options-vector entry points' run; N >= 1: the parallel
                        mode on N threads, whose result is the same for every N              (0) */
   int dbglvl;       /* diagnostic output, as options[8]                                    (0) */
+  /* Called after each multilevel run finishes (every bisection makes `runs` of them, the direct
+     path `runs` trials), with the runs done so far and their total; from whichever thread ran
+     it, so it must be thread-safe. NULL: no reports.                                   (NULL) */
+  void (*progress)(void *data, int done, int total);
+  void *progress_data; /* handed to progress                                          (NULL) */
 } HYPRA_Params;
 
 HYPRA_API void HYPRA_DefaultParams(HYPRA_Params *params);

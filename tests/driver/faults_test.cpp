@@ -1,0 +1,215 @@
+// Faults survived: both programs run with too little memory end with a message, never with a
+// crash or a partial partition file; hypergraphs at the edges of what the engine handles (one
+// hyperedge with a million pins, one vertex in 200,000 hyperedges) partition correctly; and a
+// problem whose k-way records would not fit an int is refused with a message.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "driver_test_util.h"
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define HYPRA_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define HYPRA_SANITIZED 1
+#endif
+#endif
+
+namespace {
+
+using driver_test::ReadFile;
+using driver_test::RunResult;
+using driver_test::ScratchDir;
+
+std::string Hypra() {
+  return std::string(HYPRA_BINARY_DIR) + "/hypra";
+}
+std::string Advanced() {
+  return std::string(HYPRA_BINARY_DIR) + "/hypra-advanced";
+}
+
+// Runs program with its address space limited to limit bytes.
+RunResult RunLimited(const std::string &program, const std::vector<std::string> &args,
+                     const std::string &cwd, long long limit) {
+  ScratchDir capture;
+  const std::string outfile = capture.File("stdout"), errfile = capture.File("stderr");
+  std::fflush(nullptr);
+  const pid_t pid = fork();
+  if (pid == 0) {
+    if (chdir(cwd.c_str()) != 0) _exit(127);
+    if (!std::freopen(outfile.c_str(), "w", stdout) || !std::freopen(errfile.c_str(), "w", stderr))
+      _exit(127);
+    const rlimit lim{static_cast<rlim_t>(limit), static_cast<rlim_t>(limit)};
+    if (setrlimit(RLIMIT_AS, &lim) != 0) _exit(126);
+    std::vector<char *> argv;
+    argv.push_back(const_cast<char *>(program.c_str()));
+    for (const auto &a : args) argv.push_back(const_cast<char *>(a.c_str()));
+    argv.push_back(nullptr);
+    execv(program.c_str(), argv.data());
+    _exit(127);
+  }
+  int wstatus = 0;
+  waitpid(pid, &wstatus, 0);
+  RunResult r;
+  r.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : -1;
+  r.out = ReadFile(outfile);
+  r.err = ReadFile(errfile);
+  return r;
+}
+
+// A circuit-like hypergraph: a ring of 3-pin hyperedges with chords, and every 50th hyperedge
+// a wider one, so that coarsening, refinement and the k-way records all need real memory.
+std::string Circuit(int n) {
+  std::ostringstream s;
+  s << n << " " << n << "\n";
+  for (int i = 0; i < n; i++) {
+    s << i + 1 << " " << (i + 1) % n + 1 << " " << (i * 37 + 11) % n + 1;
+    if (i % 50 == 0)
+      for (int j = 2; j < 12; j++) s << " " << (i + j * 101) % n + 1;
+    s << "\n";
+  }
+  return s.str();
+}
+
+int CountLines(const std::string &path) {
+  const std::string text = ReadFile(path);
+  return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+}
+
+// The line of stderr that says what failed, without the requested size.
+std::string FailureSite(const std::string &err) {
+  const auto start = err.find("Memory allocation failed");
+  if (start == std::string::npos) return "";
+  const auto end = err.find_first_of(".\n", start);
+  return err.substr(start, end - start);
+}
+
+struct Sweep {
+  int failed = 0, finished = 0;
+  std::set<std::string> sites;
+};
+
+// Runs the program under address-space limits from 4 MiB to 512 MiB. Each run either finishes
+// with a complete partition file, or ends with the allocation message, the expected status and
+// no partition file; never a signal.
+Sweep SweepLimits(const std::string &program, std::vector<std::string> args, int nvtxs,
+                  int failure_status) {
+  ScratchDir dir;
+  dir.Write("c.hgr", Circuit(nvtxs));
+  args.insert(args.begin(), "c.hgr");
+  const std::string part = dir.File("c.hgr.part." + args[1]);
+  Sweep sweep;
+  for (long long mib = 4; mib <= 512; mib = mib * 3 / 2 + 1) {
+    SCOPED_TRACE(std::to_string(mib) + " MiB");
+    std::filesystem::remove(part);
+    const RunResult r = RunLimited(program, args, dir.path, mib << 20);
+    ASSERT_NE(r.status, -1) << "ended by a signal\n" << r.err;
+    ASSERT_NE(r.status, 126) << "setrlimit failed";
+    if (std::filesystem::exists(part)) {
+      EXPECT_EQ(r.status, 0) << r.err;
+      EXPECT_EQ(CountLines(part), nvtxs);
+      EXPECT_NE(r.out.find("Hyperedge Cut:"), std::string::npos);
+      sweep.finished++;
+    } else {
+      EXPECT_EQ(r.status, failure_status) << r.err;
+      EXPECT_NE(r.err.find("Memory allocation failed"), std::string::npos) << r.err;
+      sweep.sites.insert(FailureSite(r.err));
+      sweep.failed++;
+    }
+  }
+  return sweep;
+}
+
+#ifdef HYPRA_SANITIZED
+#define SKIP_UNDER_SANITIZERS() \
+  GTEST_SKIP() << "a sanitizer reserves terabytes of address space, so ulimit -v cannot apply"
+#else
+#define SKIP_UNDER_SANITIZERS() (void)0
+#endif
+
+TEST(Faults, HypraWithTooLittleMemoryEndsWithAMessage) {
+  SKIP_UNDER_SANITIZERS();
+  const Sweep s = SweepLimits(Hypra(), {"8", "5"}, 60000, 0);
+  EXPECT_GT(s.failed, 0);
+  EXPECT_GT(s.finished, 0);
+  // Allocation failed at several different places: reading, coarsening, refinement, k-way.
+  EXPECT_GE(s.sites.size(), 3u);
+}
+
+TEST(Faults, AdvancedWithTooLittleMemoryEndsWithStatus1) {
+  SKIP_UNDER_SANITIZERS();
+  for (const std::vector<std::string> &args :
+       {std::vector<std::string>{"8", "5", "--seed", "1", "--runs", "2"},
+        std::vector<std::string>{"8", "5", "--seed", "1", "--runs", "2", "--kway"},
+        std::vector<std::string>{"8", "--imbalance", "0.03", "--seed", "1", "--threads", "2"}}) {
+    const Sweep s = SweepLimits(Advanced(), args, 60000, 1);
+    EXPECT_GT(s.failed, 0);
+    EXPECT_GT(s.finished, 0);
+  }
+}
+
+// One hyperedge holds every one of a million vertices; the others form a ring.
+TEST(Faults, AMillionPinHyperedgePartitions) {
+  ScratchDir dir;
+  const int n = 1000000;
+  std::ostringstream s;
+  s << n / 100 + 1 << " " << n << "\n";
+  for (int v = 1; v <= n; v++) s << v << (v == n ? "\n" : " ");
+  for (int i = 0; i < n / 100; i++) s << i * 100 + 1 << " " << (i * 100 + 100) % n + 1 << "\n";
+  dir.Write("big.hgr", s.str());
+  const RunResult r = driver_test::RunProgram(
+      {"big.hgr", "2", "--imbalance", "0.05", "--seed", "1", "--runs", "1", "--out", "big.part",
+       "--json", "big.json"},
+      dir.path, Advanced());
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(CountLines(dir.File("big.part")), n);
+  // The big hyperedge is cut by any bisection; its weight is part of the cut.
+  const std::string json = ReadFile(dir.File("big.json"));
+  EXPECT_NE(json.find("\"cut\": "), std::string::npos);
+  EXPECT_EQ(json.find("\"cut\": 0,"), std::string::npos) << json;
+}
+
+// Vertex 1 is a pin of 200,000 two-pin hyperedges.
+TEST(Faults, AVertexIn200000HyperedgesPartitions) {
+  ScratchDir dir;
+  const int nhedges = 200000, n = nhedges + 1;
+  std::ostringstream s;
+  s << nhedges << " " << n << "\n";
+  for (int e = 0; e < nhedges; e++) s << 1 << " " << e + 2 << "\n";
+  dir.Write("star.hgr", s.str());
+  for (const std::string &program : {Hypra(), Advanced()}) {
+    SCOPED_TRACE(program);
+    std::filesystem::remove(dir.File("star.hgr.part.4"));
+    std::vector<std::string> args = {"star.hgr", "4", "5"};
+    if (program == Advanced()) args.insert(args.end(), {"--seed", "1", "--runs", "2"});
+    const RunResult r = driver_test::RunProgram(args, dir.path, program);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(CountLines(dir.File("star.hgr.part.4")), n);
+    EXPECT_NE(r.out.find("Hyperedge Cut:"), std::string::npos);
+  }
+}
+
+// The direct path keeps vertices x parts records; when that product does not fit an int the run
+// is refused with a message instead of overflowing.
+TEST(Faults, KwayRecordsBeyondAnIntAreRefused) {
+  ScratchDir dir;
+  const int n = 46400;  // 46400 x 46400 > 2^31
+  dir.Write("c.hgr", Circuit(n));
+  const RunResult r = driver_test::RunProgram(
+      {"c.hgr", std::to_string(n), "5", "--kway", "--seed", "1", "--runs", "1"}, dir.path,
+      Advanced());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("exceeds"), std::string::npos) << r.err;
+  EXPECT_FALSE(std::filesystem::exists(dir.File("c.hgr.part." + std::to_string(n))));
+}
+
+}  // namespace
