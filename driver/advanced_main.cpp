@@ -36,11 +36,15 @@ void CheckOutputs(const AdvancedArgs &a) {
     std::snprintf(defaultname, sizeof(defaultname), "%s.part.%d", a.graphfile, a.nparts);
     path = defaultname;
   }
-  for (const char *target : {path, a.jsonfile}) {
-    if (target == nullptr) continue;
-    const int err = CheckOutputTarget(target);
+  const struct {
+    const char *what, *path;
+  } targets[] = {{"the partition file", path}, {"the JSON report", a.jsonfile}};
+  for (const auto &target : targets) {
+    if (target.path == nullptr) continue;
+    const int err = CheckOutputTarget(target.path);
     if (err == 0) continue;
-    std::fprintf(stderr, "%s: cannot write %s: %s\n", a.program, target, std::strerror(err));
+    std::fprintf(stderr, "%s: cannot write %s %s: %s\n", a.program, target.what, target.path,
+                 std::strerror(err));
     std::exit(kExitFailure);
   }
 }

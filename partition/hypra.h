@@ -105,6 +105,10 @@ HYPRA_API void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const 
                                 const int *eind, const int *hewgts, int ubfactor,
                                 const int *options, int *part, int *edgecut);
 
+/* Statuses of HYPRA_Partition. */
+#define HYPRA_OK 0
+#define HYPRA_ERROR_BALANCE 2 /* no partition keeps every part within the imbalance bound */
+
 /* Methods of HYPRA_Partition. */
 #define HYPRA_RECURSIVE 0 /* recursive bisection, then k-way refinement for 3 to 64 parts */
 #define HYPRA_DIRECT 1    /* direct k-way partitioning */
@@ -129,6 +133,8 @@ typedef struct HYPRA_Params {
   int threads;      /* 0: exactly the options-vector entry points' run; N >= 1: the parallel
                        mode on N threads, whose result is the same for every N              (0) */
   int dbglvl;       /* diagnostic output, as options[8]                                    (0) */
+  double imbalance; /* 0: balance by ubfactor; 0 < EPS < 1: every part at most
+                       (1 + EPS) x ceil(W / nparts)                                         (0) */
   /* Called after each multilevel run finishes (every bisection makes `runs` of them, the direct
      path `runs` trials), with the runs done so far and their total; from whichever thread ran
      it, so it must be thread-safe. NULL: no reports.                                   (NULL) */
