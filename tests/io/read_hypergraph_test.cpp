@@ -80,6 +80,29 @@ TEST(ReadHgr, SmallFilesGiveTheProgramsArrays) {
     ExpectSameAsProgram(dir.Write("f" + std::to_string(i++) + ".hgr", text));
 }
 
+TEST(ReadHgr, LongHyperedgesWithRepeatedPinsGiveTheProgramsArrays) {
+  // Long enough for the sorted search of repeated pins, with repeats at both ends.
+  std::string text = "3 50\n";
+  for (int v = 50; v >= 1; v--) text += std::to_string(v) + " ";
+  text += "50 1 25 25\n";
+  for (int v = 1; v <= 40; v++) text += std::to_string(v % 7 + 1) + " ";
+  text += "\n3 3 9\n";
+  ScratchDir dir;
+  ExpectSameAsProgram(dir.Write("long.hgr", text));
+  Read r(dir.File("long.hgr"), FORMAT_HGR);
+  EXPECT_EQ(r.Pins(1), (std::vector<int>{1, 2, 3, 4, 5, 6, 0}));
+  EXPECT_EQ(r.Pins(2), (std::vector<int>{2, 8}));
+}
+
+TEST(ReadHgr, LargeVertexNumbersCostNoMemory) {
+  // Nothing is sized by the vertex count or the largest vertex number.
+  ScratchDir dir;
+  Read r(dir.Write("big.hgr", "1 2147483647\n2147483647 1\n"), FORMAT_HGR);
+  ASSERT_EQ(r.status, IO_OK) << r.err.message;
+  EXPECT_EQ(r.h.nvtxs, 2147483647);
+  EXPECT_EQ(r.Pins(0), (std::vector<int>{2147483646, 0}));
+}
+
 TEST(ReadHgr, ReadsTheWeightsAndPins) {
   ScratchDir dir;
   Read r(dir.Write("w.hgr", "2 3 11\n4 1 2\n1 2 3 2\n5\n6\n7\n"), FORMAT_HGR);
