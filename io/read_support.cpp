@@ -104,10 +104,10 @@ int ParseInteger__(const char *token, long size, long long *value) {
   bool large = false;
   for (; i < size; i++) {
     if (!Digit(token[i])) return TOKEN_NOT_INTEGER;
-    if (!large) {
-      v = v * 10 + (token[i] - '0');
-      if (v > kLargest) large = true;
-    }
+    const int digit = token[i] - '0';
+    // Tested before the step, which must not overflow itself.
+    if (!large && v > (kLargest - digit) / 10) large = true;
+    if (!large) v = v * 10 + digit;
   }
   if (large) return TOKEN_TOO_LARGE;
   *value = negative ? -v : v;
