@@ -162,9 +162,9 @@ TEST(ReadHgr, HeaderProblems) {
   ExpectRefused(dir, "a.hgr", "-1 4\n", FORMAT_HGR, 1, "the number of hyperedges, -1, is negative");
   ExpectRefused(dir, "a.hgr", "2 3000000000\n", FORMAT_HGR, 1,
                 "3000000000 vertices are too many to store");
-  // Nineteen digits: the step past the largest value must not overflow either.
-  ExpectRefused(dir, "a.hgr", "2 4444444444444444444\n", FORMAT_HGR, 1,
-                "the number of vertices '4444444444444444444' is too large");
+  // The step past the largest value kept must not overflow either.
+  ExpectRefused(dir, "a.hgr", "2 44444444444444444444\n", FORMAT_HGR, 1,
+                "the number of vertices '44444444444444444444' is too large");
   ExpectRefused(dir, "a.hgr", "2 99999999999999999999999\n", FORMAT_HGR, 1,
                 "the number of vertices '99999999999999999999999' is too large");
 }
