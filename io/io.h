@@ -1,6 +1,7 @@
-// Files that every program and binding writes the same way: an output file is complete or
+// Files as every program and binding reads and writes them. An output file is complete or
 // absent, is written through a symbolic link to the file the link names, and is written
-// directly when it is a device or a FIFO.
+// directly when it is a device or a FIFO. The readers return an error record (file, line, what
+// is wrong) instead of printing or ending the process.
 #pragma once
 
 #include <cstdio>
@@ -35,10 +36,6 @@ int CheckOutputTarget(const char *path);
 // Follows the symbolic links of path to the file they name (which need not exist) and stores it
 // in target. Returns 0, or an errno (ELOOP, ENAMETOOLONG, or that of a failed lookup).
 int ResolveOutputTarget(const char *path, char *target, int size);
-
-}  // namespace hypra
-
-namespace hypra {
 
 // ---------------------------------------------------------------------------------------------
 // Readers. They never print and never end the process: a failure returns a non-zero status and
@@ -104,21 +101,23 @@ void FreeHypergraphArrays(HypergraphArrays *h);
 // weights below 1, negative vertex weights, more than one vertex weight on a line, a hyperedge
 // without pins (even the last, which that program lets through), and anything but comments and
 // blank lines after the last expected line. (A line longer than 131071 bytes is read whole here,
-// where that program takes it in pieces.) A pin repeated in a hyperedge is kept once. Lines that
-// start with '%' are comments wherever they are; a blank line is not skipped (it is an empty
-// hyperedge, or a missing header or weight).
+// where that program takes it in pieces.) A pin repeated in a hyperedge is kept once, at its
+// first place, as that program keeps it. Lines that start with '%' are comments wherever they
+// are; a blank line is not skipped (it is an empty hyperedge, or a missing header or weight).
 //
 // mtx-colnet, mtx-rownet: "%%MatrixMarket matrix coordinate pattern|integer|real
-// general|symmetric|skew-symmetric". Values are checked and ignored; a symmetric matrix gives
-// both triangles; an entry given twice counts once; every hyperedge lists its vertices in
-// increasing order; an empty row or column that would be a hyperedge is dropped, one that would
-// be a vertex stays as an isolated vertex. No weights.
+// general|symmetric|skew-symmetric" (any case), comment lines and blank lines, the size line
+// "rows columns entries", then the entries "row column [value]". Values are checked and
+// ignored; a symmetric matrix gives both triangles; an entry given twice counts once; every
+// hyperedge lists its vertices in increasing order; an empty row or column that would be a
+// hyperedge is dropped, one that would be a vertex stays as an isolated vertex. No weights.
 //
 // patoh: comments start with '%'; the header "base cells nets pins [scheme [constraints]]"
 // (base 0 or 1; scheme 0 none, 1 cell weights, 2 net costs, 3 both; one constraint only); one
 // line per net, its cost first when nets have costs; then the cell weights, over any number of
-// lines. The pins written must add up to the header's count. A net without pins is dropped (the
-// engine takes no empty hyperedge); a pin repeated in a net is kept once.
+// lines. The pins written (repeats included) must add up to the header's count. A net without
+// pins (a blank line, or a cost alone) is dropped, as the engine takes no empty hyperedge; a pin
+// repeated in a net is kept once.
 //
 // Every format refuses weights whose sums the engine could not hold.
 int ReadHypergraphFile(const char *path, int format, HypergraphArrays *out, IoError *err);

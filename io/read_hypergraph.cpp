@@ -137,6 +137,7 @@ int ReadHgrHyperedges(TextReader *r, const HgrHeader &h, HypergraphBuilder *b) {
                       static_cast<int>(size > 40 ? 40 : size), token, h.nvtxs);
       if (int s = AddPin__(b, static_cast<int>(pin - 1)); s != BUILD_OK) return BuildFailure(r, s);
     }
+    if (int s = MergeRepeatedPins__(b); s != BUILD_OK) return BuildFailure(r, s);
     const long long pins = OpenPins__(b);
     if (pins == 0) return Fail__(r, IO_ERR_FORMAT, r->lineno, "hyperedge %lld has no pins", e);
     weighted_pins += weight * pins;

@@ -240,7 +240,7 @@ int ReadMatrixMarket__(TextReader *r, bool rownet, HypergraphArrays *out) {
     return s;
   }
   // Sorted, the pairs list each hyperedge's vertices in increasing order, hyperedge after
-  // hyperedge; a repeated entry lands next to its twin and is kept once by the builder.
+  // hyperedge; a repeated entry lands next to its twin and is kept once.
   std::sort(pairs, pairs + npairs);
   HypergraphBuilder b;
   if (StartBuilder__(&b, false) != BUILD_OK) {
@@ -254,7 +254,8 @@ int ReadMatrixMarket__(TextReader *r, bool rownet, HypergraphArrays *out) {
       if (k > 0) status = EndHyperedge__(&b, false, 1, true);
       BeginHyperedge__(&b);
     }
-    if (status == BUILD_OK) status = AddPin__(&b, static_cast<int>(pairs[k] & 0xffffffffu));
+    if (status == BUILD_OK && (k == 0 || pairs[k] != pairs[k - 1]))
+      status = AddPin__(&b, static_cast<int>(pairs[k] & 0xffffffffu));
   }
   if (status == BUILD_OK && npairs > 0) status = EndHyperedge__(&b, false, 1, true);
   std::free(pairs);

@@ -129,6 +129,7 @@ int ReadNets(TextReader *r, const PatohHeader &h, HypergraphBuilder *b) {
       if (int s = AddPin__(b, static_cast<int>(pin - h.base)); s != BUILD_OK)
         return BuildFailure(r, s);
     }
+    if (int s = MergeRepeatedPins__(b); s != BUILD_OK) return BuildFailure(r, s);
     weighted_pins += cost * OpenPins__(b);
     if (weighted_pins > kMaxWeightedPins)
       return Fail__(r, IO_ERR_FORMAT, r->lineno,

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdint>
@@ -103,10 +104,10 @@ int ParseInteger__(const char *token, long size, long long *value) {
   bool large = false;
   for (; i < size; i++) {
     if (!Digit(token[i])) return TOKEN_NOT_INTEGER;
-    if (!large) {
-      v = v * 10 + (token[i] - '0');
-      if (v > kLargest) large = true;
-    }
+    const int digit = token[i] - '0';
+    // Tested before the step, which must not overflow itself.
+    if (!large && v > (kLargest - digit) / 10) large = true;
+    if (!large) v = v * 10 + digit;
   }
   if (large) return TOKEN_TOO_LARGE;
   *value = negative ? -v : v;
@@ -186,7 +187,6 @@ bool ReserveBytes__(void **array, long long *capacity, long long need, size_t el
 
 int StartBuilder__(HypergraphBuilder *b, bool weighted) {
   std::memset(b, 0, sizeof(*b));
-  b->stamp = -1;
   // The arrays exist even for a hypergraph without pins or hyperedges.
   if (!Reserve__(&b->netptr, &b->netptr_capacity, 1) ||
       !Reserve__(&b->netind, &b->netind_capacity, 1) ||
@@ -199,26 +199,48 @@ int StartBuilder__(HypergraphBuilder *b, bool weighted) {
 }
 
 void FreeBuilder__(HypergraphBuilder *b) {
-  RVfree__(&b->netptr, &b->netind, &b->netwgt, &b->marker);
-  b->netptr_capacity = b->netind_capacity = b->netwgt_capacity = b->marker_capacity = 0;
+  RVfree__(&b->netptr, &b->netind, &b->netwgt, &b->scratch);
+  b->netptr_capacity = b->netind_capacity = b->netwgt_capacity = b->scratch_capacity = 0;
 }
 
 void BeginHyperedge__(HypergraphBuilder *b) {
-  b->stamp++;
+  b->merged = false;
 }
 
 int AddPin__(HypergraphBuilder *b, int v) {
-  if (v >= b->marker_capacity) {
-    const long long old = b->marker_capacity;
-    if (!Reserve__(&b->marker, &b->marker_capacity, static_cast<long long>(v) + 1))
-      return BUILD_NO_MEMORY;
-    for (long long i = old; i < b->marker_capacity; i++) b->marker[i] = -1;
-  }
-  if (b->marker[v] == b->stamp) return BUILD_OK;
   if (b->npins >= INT_MAX) return BUILD_TOO_MANY;
   if (!Reserve__(&b->netind, &b->netind_capacity, b->npins + 1)) return BUILD_NO_MEMORY;
-  b->marker[v] = b->stamp;
   b->netind[b->npins++] = v;
+  b->merged = false;
+  return BUILD_OK;
+}
+
+int MergeRepeatedPins__(HypergraphBuilder *b) {
+  if (b->merged) return BUILD_OK;
+  const long long start = b->netptr[b->nhedges], size = b->npins - start;
+  int *pins = b->netind + start;
+  long long kept = 0;
+  if (size <= 32) {
+    // A short hyperedge is searched directly.
+    for (long long i = 0; i < size; i++) {
+      long long j = 0;
+      while (j < kept && pins[j] != pins[i]) j++;
+      if (j == kept) pins[kept++] = pins[i];
+    }
+  } else {
+    // A long one is sorted by (vertex, place): the first of each vertex's run is the place to
+    // keep, the others are marked (vertices are never negative) and squeezed out.
+    if (!Reserve__(&b->scratch, &b->scratch_capacity, size)) return BUILD_NO_MEMORY;
+    for (long long i = 0; i < size; i++)
+      b->scratch[i] = static_cast<uint64_t>(pins[i]) << 32 | static_cast<uint64_t>(i);
+    std::sort(b->scratch, b->scratch + size);
+    for (long long i = 1; i < size; i++)
+      if (b->scratch[i] >> 32 == b->scratch[i - 1] >> 32) pins[b->scratch[i] & 0xffffffffu] = -1;
+    for (long long i = 0; i < size; i++)
+      if (pins[i] >= 0) pins[kept++] = pins[i];
+  }
+  b->npins = start + kept;
+  b->merged = true;
   return BUILD_OK;
 }
 
@@ -227,6 +249,7 @@ long long OpenPins__(const HypergraphBuilder *b) {
 }
 
 int EndHyperedge__(HypergraphBuilder *b, bool weighted, int weight, bool drop_empty) {
+  if (int s = MergeRepeatedPins__(b); s != BUILD_OK) return s;
   if (drop_empty && OpenPins__(b) == 0) return BUILD_OK;
   // One offset more than hyperedges must fit an int.
   if (b->nhedges >= INT_MAX - 1) return BUILD_TOO_MANY;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 
 #include "io/io.h"
@@ -66,16 +67,17 @@ bool Reserve__(T **array, long long *capacity, long long need) {
 }
 
 // A hypergraph collected one hyperedge at a time: a pin repeated in a hyperedge is kept once,
-// and the arrays grow with what is read, never with what a header announces.
+// at its first place, and the arrays grow with what is read, never with what a header announces
+// (nor with how large a vertex number is).
 struct HypergraphBuilder {
   int *netptr;
   int *netind;
-  int *netwgt;  // null when hyperedges are not weighted
-  int *marker;  // marker[v]: the last hyperedge begun that holds v
-  long long netptr_capacity, netind_capacity, netwgt_capacity, marker_capacity;
+  int *netwgt;        // null when hyperedges are not weighted
+  uint64_t *scratch;  // (vertex, place) keys for finding the repeated pins of a long hyperedge
+  long long netptr_capacity, netind_capacity, netwgt_capacity, scratch_capacity;
   int nhedges;      // hyperedges kept
-  long long npins;  // pins kept
-  int stamp;        // hyperedges begun, the dropped ones included
+  long long npins;  // pins kept, and those of the open hyperedge
+  bool merged;      // whether the open hyperedge's repeated pins are merged already
 };
 
 enum : int { BUILD_OK = 0, BUILD_NO_MEMORY = 1, BUILD_TOO_MANY = 2 };
@@ -86,13 +88,17 @@ int StartBuilder__(HypergraphBuilder *b, bool weighted);
 void FreeBuilder__(HypergraphBuilder *b);
 // Opens the next hyperedge.
 void BeginHyperedge__(HypergraphBuilder *b);
-// Adds vertex v (0-based) to the open hyperedge unless it is there already; BUILD_TOO_MANY when
-// the pins would no longer fit an int.
+// Adds vertex v (0-based) to the open hyperedge; BUILD_TOO_MANY when the pins would no longer
+// fit an int.
 int AddPin__(HypergraphBuilder *b, int v);
-// Pins of the open hyperedge kept so far.
+// Keeps each vertex of the open hyperedge once, at its first place.
+int MergeRepeatedPins__(HypergraphBuilder *b);
+// Pins of the open hyperedge (each vertex once after MergeRepeatedPins__).
 long long OpenPins__(const HypergraphBuilder *b);
-// Closes the open hyperedge with its weight (weighted: whether hyperedges carry weights). An
-// empty one is dropped when drop_empty is set. BUILD_TOO_MANY when the hyperedges would not fit.
+
+// Closes the open hyperedge with its weight (weighted: whether hyperedges carry weights), its
+// repeated pins merged. An empty one is dropped when drop_empty is set. BUILD_TOO_MANY when the
+// hyperedges would not fit.
 int EndHyperedge__(HypergraphBuilder *b, bool weighted, int weight, bool drop_empty);
 // Moves the arrays into out (the builder is left empty); the weights are the caller's.
 void FinishBuilder__(HypergraphBuilder *b, int nvtxs, int *cellwgt, int fmt, HypergraphArrays *out);

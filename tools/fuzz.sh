@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs a fuzzing campaign against one target with libFuzzer (clang), AddressSanitizer and
 # UndefinedBehaviorSanitizer:
-#   tools/fuzz.sh TARGET MINUTES     TARGET: read_hgraph, read_fix, advanced_cli or pipeline
+#   tools/fuzz.sh TARGET MINUTES     TARGET: read_hgraph, read_hgraph_strict, read_mtx,
+#                                    read_patoh, read_fix, advanced_cli or pipeline
 #                                    MINUTES may be a fraction (0.5 = 30 s)
 # The build goes into build-fuzz/. The run starts from the committed seeds in
 # tests/fuzz/corpus/TARGET; inputs that add coverage are kept in build-fuzz/corpus/TARGET (copy
@@ -12,8 +13,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 target="${1:?usage: tools/fuzz.sh TARGET MINUTES}"
 minutes="${2:?usage: tools/fuzz.sh TARGET MINUTES}"
-case "$target" in read_hgraph|read_fix|advanced_cli|pipeline) ;; *)
-  echo "unknown target '$target' (read_hgraph, read_fix, advanced_cli, pipeline)" >&2; exit 2 ;;
+case "$target" in read_hgraph|read_hgraph_strict|read_mtx|read_patoh|read_fix|advanced_cli|pipeline) ;; *)
+  echo "unknown target '$target' (read_hgraph, read_hgraph_strict, read_mtx, read_patoh," \
+       "read_fix, advanced_cli, pipeline)" >&2; exit 2 ;;
 esac
 seconds=$(awk -v m="$minutes" 'BEGIN { s = int(m * 60); print (s < 1 ? 1 : s) }')
 tools/deps.sh --fuzz
