@@ -175,6 +175,13 @@ struct PartCtrl {
   int64_t Place;     // the bisection's place in the recursion
   Scheduler *Sched;  // not owned; null runs everything on the calling thread
 
+  // Bounded-imbalance mode (0: off, the ubfactor-driven behaviour). With 0 < Imbalance < 1 no
+  // final part may weigh more than MaxPartWgt = (1 + Imbalance) x ceil(W / Nparts), W the total
+  // vertex weight. Both are set once per call and only read below it: every bisection derives
+  // its own tolerance from them, and the k-way refiners never let a part grow past MaxPartWgt.
+  double Imbalance;
+  int MaxPartWgt;
+
   double TotalTmr, CoarsenTmr, RefTmr, InitRefTmr, IterTmr, WrapUpTmr, MultilevelTmr, InitPartTmr,
       ProjectTmr, SpareTmr, UncoarsenTmr, AuxTmr1, AuxTmr2, AuxTmr3, AuxTmr4;
 };
