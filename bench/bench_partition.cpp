@@ -5,7 +5,9 @@
 // With `kway` the direct k-way path (cut objective) is used instead of recursive bisection; the
 // clock is pinned to the seed so that its clock-seeded inner bisections repeat too. With
 // threads=N the parallel mode runs on N threads, and the line gains a last field: the
-// wall-clock seconds. runs=R sets the runs per bisection (10).
+// wall-clock seconds. runs=R sets the runs per bisection (10). imbalance=EPS asks for every part
+// to weigh at most (1 + EPS) x ceil(W / Nparts) (serial unless threads=N is given too), and the
+// line gains three last fields: the status, the heaviest part and that bound.
 #include <sys/resource.h>
 
 #include <chrono>
@@ -53,6 +55,7 @@ int Cut(const HGraph *g, const std::vector<int> &part) {
 int main(int argc, char **argv) {
   bool kway = false, usage = argc < 5;
   int threads = 0, runs = 10;
+  double imbalance = 0;
   for (int i = 5; i < argc; i++) {
     if (std::strcmp(argv[i], "kway") == 0)
       kway = true;
@@ -60,11 +63,15 @@ int main(int argc, char **argv) {
       continue;
     else if (std::sscanf(argv[i], "runs=%d", &runs) == 1 && runs >= 1)
       continue;
+    else if (std::sscanf(argv[i], "imbalance=%lf", &imbalance) == 1 && imbalance > 0)
+      continue;
     else
       usage = true;
   }
   if (usage) {
-    std::fprintf(stderr, "usage: %s GraphFile Nparts UBfactor Seed [kway] [threads=N] [runs=R]\n",
+    std::fprintf(stderr,
+                 "usage: %s GraphFile Nparts UBfactor Seed [kway] [threads=N] [runs=R] "
+                 "[imbalance=EPS]\n",
                  argv[0]);
     return 2;
   }
@@ -78,7 +85,9 @@ int main(int argc, char **argv) {
 
   const double start = seconds__();
   const auto wallstart = std::chrono::steady_clock::now();
-  if (threads >= 1) {
+  int status = 0;
+  if (kway) SetClockOverride__(seed);
+  if (threads >= 1 || imbalance > 0) {
     HYPRA_Params params;
     HYPRA_DefaultParams(&params);
     params.method = kway ? HYPRA_DIRECT : HYPRA_RECURSIVE;
@@ -87,10 +96,10 @@ int main(int argc, char **argv) {
     params.runs = runs;
     params.seed = seed;
     params.threads = threads;
-    HYPRA_Partition(g->nvtxs, g->nhedges, g->cellwgt, g->netptr, g->netind, g->netwgt, &params,
-                    part.data(), &edgecut);
+    params.imbalance = imbalance;
+    status = HYPRA_Partition(g->nvtxs, g->nhedges, g->cellwgt, g->netptr, g->netind, g->netwgt,
+                             &params, part.data(), &edgecut);
   } else if (kway) {
-    SetClockOverride__(seed);
     HYPRA_PartKway(g->nvtxs, g->nhedges, g->cellwgt, g->netptr, g->netind, g->netwgt, nparts,
                    ubfactor, options, part.data(), &edgecut);
   } else {
@@ -117,6 +126,11 @@ int main(int argc, char **argv) {
   std::printf("%d,%d,%.4f,%.3f,%ld", edgecut, SumOfExternalDegrees(g, part, nparts),
               total ? static_cast<double>(heaviest) / total : 0.0, cpu, resources.ru_maxrss);
   if (threads >= 1) std::printf(",%.3f", wall);
+  if (imbalance > 0) {
+    const long long share = (total + nparts - 1) / nparts;
+    std::printf(",%d,%lld,%lld", status, heaviest,
+                share + static_cast<long long>(imbalance * static_cast<double>(share) + 1e-9));
+  }
   std::printf("\n");
   return 0;
 }

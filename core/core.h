@@ -186,6 +186,13 @@ struct PartCtrl {
   Scheduler *Sched;  // not owned; null runs everything on the calling thread
   ProgressHook *Progress;  // not owned; null when nobody is told
 
+  // Bounded-imbalance mode (0: off, the ubfactor-driven behaviour). With 0 < Imbalance < 1 no
+  // final part may weigh more than MaxPartWgt = (1 + Imbalance) x ceil(W / Nparts), W the total
+  // vertex weight. Both are set once per call and only read below it: every bisection derives
+  // its own tolerance from them, and the k-way refiners never let a part grow past MaxPartWgt.
+  double Imbalance;
+  int MaxPartWgt;
+
   double TotalTmr, CoarsenTmr, RefTmr, InitRefTmr, IterTmr, WrapUpTmr, MultilevelTmr, InitPartTmr,
       ProjectTmr, SpareTmr, UncoarsenTmr, AuxTmr1, AuxTmr2, AuxTmr3, AuxTmr4;
 };
@@ -231,9 +238,6 @@ struct PartitionMetrics {
 int ComputePartitionMetrics__(int nvtxs, int nhedges, const int *cellwgt, const int *netptr,
                               const int *netind, const int *netwgt, int nparts, const int *part,
                               long long *pwgts, PartitionMetrics *m);
-// The heaviest a part may weigh under the imbalance bound epsilon: (1 + epsilon) x
-// ceil(total / nparts), rounded down.
-long long ImbalanceBound__(long long total, int nparts, double epsilon);
 
 // ---------------------------------------------------------------------------------------------
 // Runtime support

@@ -56,11 +56,4 @@ int ComputePartitionMetrics__(int nvtxs, int nhedges, const int *cellwgt, const 
   return 0;
 }
 
-long long ImbalanceBound__(long long total, int nparts, double epsilon) {
-  const long long even = (total + nparts - 1) / nparts;
-  // Rounded down, after a nudge up by far less than one unit, so that 3 % of 100 is 103 whatever
-  // the binary rounding of 1.03.
-  return static_cast<long long>((1.0 + epsilon) * static_cast<double>(even) * (1.0 + 1e-12));
-}
-
 }  // namespace hypra

@@ -16,6 +16,7 @@
 #include "driver/driver_internal.h"
 #include "io/io.h"
 #include "partition/hypra.h"
+#include "partition/partition.h"
 
 using namespace hypra;
 
@@ -164,7 +165,7 @@ int main(int argc, char *argv[]) {
   ReadInput(args, &in);
   const HypergraphArrays &h = in.arrays;
   const long long bound =
-      args.imbalance > 0 ? ImbalanceBound__(TotalWeight(h), args.nparts, args.imbalance) : 0;
+      args.imbalance > 0 ? PartWeightBound__(TotalWeight(h), args.nparts, args.imbalance) : 0;
   if (args.imbalance > 0) CheckBoundFeasible(args, in, bound);
 
   // Pinning the clock makes the clock-seeded inner bisections of the direct k-way path draw the

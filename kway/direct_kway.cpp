@@ -76,6 +76,7 @@ void AdoptPrunedPartition(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) {
     graph->where = pgraph->where;
     pgraph->where = nullptr;
     RefineForObjective(ctrl, graph);
+    KeepPartBound__(ctrl, graph);
     if (trace) {
       Printf__(ctrl, "%d]", graph->kwayobj);
       Flush__(ctrl);
@@ -152,11 +153,11 @@ void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph) {
   const int options[9] = {1, 2, 2, 1, 0, 0, 0, seed, 0};
   int edgecut = 0;
   PartRecursiveInRun__(ctrl->run, nvtxs, graph->nhedges, graph->cellwgt, graph->netptr,
-                       graph->netind, graph->netwgt, ctrl->Nparts, 1, options, graph->where,
-                       &edgecut);
+                       graph->netind, graph->netwgt, ctrl->Nparts, 1, ctrl->Imbalance, options,
+                       graph->where, &edgecut);
 
   // Without a refiner for the objective, kwayobj stays as the record held it.
-  RefineForKwayObjective__(ctrl, graph, kRefinePasses);
+  if (RefineForKwayObjective__(ctrl, graph, kRefinePasses)) KeepPartBound__(ctrl, graph);
 
   // A single initial trial, kept in the shape of a best-of loop.
   const int bestobj = graph->kwayobj;

@@ -90,7 +90,10 @@ void RefineKwayRandom(PartCtrl *ctrl, HGraph *graph, int npasses) {
   int *kpwgts = graph->kpwgts, *where = graph->where;
   const int *cellwgt = graph->cellwgt, *incptr = graph->incptr;
   const int tpwgt = iasum__(nparts, kpwgts);
-  const int maxpwgt = TruncateBound(ctrl->UBfactor * tpwgt / nparts);
+  // The bounded-imbalance mode caps parts at one absolute weight on every level: the bound is on
+  // the final parts, and a coarse level holds the same weight (less any islands set aside).
+  const int maxpwgt =
+      ctrl->Imbalance > 0 ? ctrl->MaxPartWgt : TruncateBound(ctrl->UBfactor * tpwgt / nparts);
   const int minpwgt = TruncateBound(tpwgt / (nparts * ctrl->UBfactor));
 
   for (int pass = 0; pass < npasses; pass++) {

@@ -28,6 +28,19 @@ void ProjectKwayPartition__(PartCtrl *ctrl, HGraph *graph);
 void RefineKway__(PartCtrl *ctrl, HGraph *orggraph, HGraph *graph);
 int VCycleRefinementKway__(PartCtrl *ctrl, HGraph *graph, int nvcycles);
 
+// Bounded part weights. RebalanceKway__ moves vertices out of the parts of graph->where above
+// maxpwgt into parts that stay within it, cheapest first by the cut (or, with soed, the sum of
+// external degrees); vertices below graph->nfixed never move. The k-way records must be current
+// (as a refinement pass leaves them) and stay so; mincut, soed and kwayobj follow the moves.
+// Returns the number of parts still above maxpwgt.
+int RebalanceKway__(PartCtrl *ctrl, HGraph *graph, int maxpwgt, bool soed);
+// In the bounded-imbalance mode, rebalances a refined level whose parts exceed MaxPartWgt, by
+// the objective RType names; otherwise does nothing.
+void KeepPartBound__(PartCtrl *ctrl, HGraph *graph);
+// Rebalances `part`, a partition of the whole of graph, against MaxPartWgt when a part is above
+// it, building and releasing the k-way records it needs. Returns the parts still above.
+int EnforcePartBound__(PartCtrl *ctrl, HGraph *graph, int *part, bool soed);
+
 // Direct k-way partitioning.
 int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part);
 void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph);

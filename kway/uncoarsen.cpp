@@ -38,6 +38,7 @@ void RefineLevel(PartCtrl *ctrl, HGraph *graph) {
   const ObjectiveEntry *objective = FindObjective(ctrl->RType);
   if (objective == nullptr) errexit__("Unknown refinement type: %d\n", ctrl->RType);
   objective->refine(ctrl, graph, 10);
+  KeepPartBound__(ctrl, graph);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // Public entry points: build the control record from the arguments and the options vector,
 // copy the caller's hypergraph, partition or refine it, and hand the result back.
+#include <cstddef>
+
 #include "coarsen/coarsen.h"
 #include "core/core.h"
 #include "kway/kway.h"
@@ -161,16 +163,27 @@ HGraph *CopyHypergraph(int nvtxs, int nhedges, const int *vwgts, const int *eptr
 }
 
 // What the parameters-record entry point adds to the options vector: a seed wider than an int,
-// and the parallel mode.
+// the parallel mode and the bounded-imbalance mode.
 struct RunSetup {
   bool has_seed = false;
   int64_t seed = 0;
-  int threads = 0;  // 0: the serial path; N >= 1: the parallel mode on N threads
+  int threads = 0;         // 0: the serial path; N >= 1: the parallel mode on N threads
+  double imbalance = 0.0;  // 0: ubfactor rules the balance; else the bound on every part
   ProgressHook *progress = nullptr;
 };
 
+long long TotalWeight(int nvtxs, const int *vwgts) {
+  long long total = 0;
+  for (int v = 0; v < nvtxs; v++) total += vwgts != nullptr ? vwgts[v] : 1;
+  return total;
+}
+
 // Puts the setup into the control record; returns the scheduler to release (null when serial).
-Scheduler *ApplySetup(PartCtrl *ctrl, const RunSetup &setup) {
+Scheduler *ApplySetup(PartCtrl *ctrl, const RunSetup &setup, int nvtxs, const int *vwgts) {
+  if (setup.imbalance > 0) {
+    ctrl->Imbalance = setup.imbalance;
+    ctrl->MaxPartWgt = PartWeightBound__(TotalWeight(nvtxs, vwgts), ctrl->Nparts, setup.imbalance);
+  }
   if (setup.has_seed) ctrl->Seed = setup.seed;
   ctrl->Progress = setup.progress;
   if (setup.threads < 1) return nullptr;
@@ -190,13 +203,15 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
                    int *part, int *edgecut, bool kway_refine, const RunSetup &setup = RunSetup()) {
   PartCtrl ctrl = MakeControl(nparts, ubfactor, options, true);
   ctrl.run = run;
-  ctrl.KwayRefine = kway_refine && nparts <= 64 ? 1 : 0;
+  // With a bound to keep, the polish after the recursion runs for any number of parts: its
+  // records grow with the parts each vertex touches, not with the number of parts.
+  ctrl.KwayRefine = kway_refine && (nparts <= 64 || setup.imbalance > 0) ? 1 : 0;
   ValidateControl(&ctrl, nparts, ubfactor);
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
   ValidateWeights(nvtxs, nhedges, vwgts, eptr, hewgts);
   if (ctrl.Fixed) ValidateParts(nvtxs, part, -1, nparts - 1, "the fixed part");
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
-  Scheduler *sched = ApplySetup(&ctrl, setup);
+  Scheduler *sched = ApplySetup(&ctrl, setup, nvtxs, vwgts);
 
   StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
@@ -207,6 +222,15 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   stoptimer__(&ctrl, ctrl.MultilevelTmr);
   FinishRun(&ctrl, graph);
   FreeScheduler__(sched);
+}
+
+// The bounded-imbalance mode after the best trial: every level was held to the bound, but
+// islands are placed by weight alone, so a part may still be above it. Returns the objective of
+// the final partition.
+int KeepBoundAfterTrials(PartCtrl *ctrl, HGraph *graph, int *part) {
+  const bool soed = ctrl->RType == 2;
+  EnforcePartBound__(ctrl, graph, part, soed);
+  return soed ? ComputeActualSOED__(graph, part) : ComputeActualCut__(graph, part);
 }
 
 void PartKway(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
@@ -225,20 +249,88 @@ void PartKway(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int
   ValidateHypergraph(nvtxs, nhedges, eptr, eind);
   ValidateWeights(nvtxs, nhedges, vwgts, eptr, hewgts);
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
-  Scheduler *sched = ApplySetup(&ctrl, setup);
+  Scheduler *sched = ApplySetup(&ctrl, setup, nvtxs, vwgts);
 
   StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
   graph->nfixed = 0;
-  // The k-way refiners bound every part by a multiple of the average part weight.
-  ctrl.UBfactor = static_cast<float>(1 + ubfactor / 100.0);
+  // The k-way refiners bound every part by a multiple of the average part weight (with a bound
+  // to keep, by the bound, and the factor only keeps parts from growing too light).
+  ctrl.UBfactor =
+      static_cast<float>(ctrl.Imbalance > 0 ? 1 + ctrl.Imbalance : 1 + ubfactor / 100.0);
 
   starttimer__(&ctrl, ctrl.MultilevelTmr);
-  const int best = MultilevelKwayPartition__(&ctrl, graph, part);
+  int best = MultilevelKwayPartition__(&ctrl, graph, part);
+  if (ctrl.Imbalance > 0) best = KeepBoundAfterTrials(&ctrl, graph, part);
   if (objective) *objective = best;
   stoptimer__(&ctrl, ctrl.MultilevelTmr);
   FinishRun(&ctrl, graph);
   FreeScheduler__(sched);
+}
+
+// The size of the parameters record before `imbalance` joined it: a caller built against that
+// layout passes it, and gets the mode off.
+constexpr size_t kParamsSizeBeforeImbalance = offsetof(HYPRA_Params, imbalance);
+
+// Likewise before the progress report joined it.
+constexpr size_t kParamsSizeBeforeProgress = offsetof(HYPRA_Params, progress);
+
+bool KnownParamsSize(int size) {
+  return size == static_cast<int>(sizeof(HYPRA_Params)) ||
+         size == static_cast<int>(kParamsSizeBeforeProgress) ||
+         size == static_cast<int>(kParamsSizeBeforeImbalance);
+}
+
+double ImbalanceOf(const HYPRA_Params *params) {
+  const size_t size = static_cast<size_t>(params->size);
+  return size >= kParamsSizeBeforeImbalance + sizeof(double) ? params->imbalance : 0.0;
+}
+
+bool HasProgress(const HYPRA_Params *params) {
+  return static_cast<size_t>(params->size) == sizeof(HYPRA_Params) && params->progress != nullptr;
+}
+
+// Whether no partition can keep every part within `bound`, whatever it does: a vertex heavier
+// than the bound, or vertices fixed to one part that together are (fixed may be null).
+bool BoundOutOfReach(int nvtxs, const int *vwgts, const int *fixed, int nparts, int bound) {
+  long long *fixedwgt = static_cast<long long *>(
+      RVmalloc__(static_cast<long long>(nparts) * sizeof(long long), "HYPRA: fixedwgt"));
+  for (int p = 0; p < nparts; p++) fixedwgt[p] = 0;
+  bool out = false;
+  for (int v = 0; v < nvtxs && !out; v++) {
+    const int w = vwgts != nullptr ? vwgts[v] : 1;
+    if (w > bound) out = true;
+    if (fixed != nullptr && fixed[v] >= 0) out = out || (fixedwgt[fixed[v]] += w) > bound;
+  }
+  RVfree__(&fixedwgt);
+  return out;
+}
+
+// Whether a part of the partition weighs more than `bound`.
+bool BoundBroken(int nvtxs, const int *vwgts, const int *part, int nparts, int bound) {
+  long long *pwgts = static_cast<long long *>(
+      RVmalloc__(static_cast<long long>(nparts) * sizeof(long long), "HYPRA: pwgts"));
+  for (int p = 0; p < nparts; p++) pwgts[p] = 0;
+  for (int v = 0; v < nvtxs; v++) pwgts[part[v]] += vwgts != nullptr ? vwgts[v] : 1;
+  bool broken = false;
+  for (int p = 0; p < nparts; p++) broken = broken || pwgts[p] > bound;
+  RVfree__(&pwgts);
+  return broken;
+}
+
+// The bounded-imbalance mode's check before any work: the arrays are validated first, since the
+// check reads them (the run validates them again, as it always does).
+bool BoundInfeasible(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
+                     const int *hewgts, const HYPRA_Params *params, double imbalance) {
+  const int nparts = params->nparts;
+  if (nparts < 2) return false;  // the run reports it
+  ValidateHypergraph(nvtxs, nhedges, eptr, eind);
+  ValidateWeights(nvtxs, nhedges, vwgts, eptr, hewgts);
+  // Only recursive bisection honours fixed vertices; the direct path refuses them itself.
+  const int *fixed = params->method == HYPRA_RECURSIVE ? params->fixed : nullptr;
+  if (fixed != nullptr) ValidateParts(nvtxs, fixed, -1, nparts - 1, "the fixed part");
+  const int bound = PartWeightBound__(TotalWeight(nvtxs, vwgts), nparts, imbalance);
+  return BoundOutOfReach(nvtxs, vwgts, fixed, nparts, bound);
 }
 
 }  // namespace
@@ -249,9 +341,11 @@ void SeedSharedSequence__(unsigned int seed) {
 
 void PartRecursiveInRun__(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                           const int *eind, const int *hewgts, int nparts, int ubfactor,
-                          const int *options, int *part, int *edgecut) {
+                          double imbalance, const int *options, int *part, int *edgecut) {
+  RunSetup setup;
+  setup.imbalance = imbalance;
   PartRecursive(run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part,
-                edgecut, false);
+                edgecut, false, setup);
 }
 
 }  // namespace hypra
@@ -299,13 +393,14 @@ extern "C" void HYPRA_DefaultParams(HYPRA_Params *params) {
   params->fixed = nullptr;
   params->threads = 0;
   params->dbglvl = 0;
+  params->imbalance = 0.0;
 }
 
 extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                                const int *eind, const int *hewgts, const HYPRA_Params *params,
                                int *part, int *objective) {
   if (params == nullptr) errexit__("HYPRA_Partition: the parameters record is missing.");
-  if (params->size != static_cast<int>(sizeof(HYPRA_Params)))
+  if (!KnownParamsSize(params->size))
     errexit__(
         "HYPRA_Partition: the parameters record has size %d, this library reads %d; fill it "
         "with HYPRA_DefaultParams.",
@@ -315,6 +410,12 @@ extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const i
               params->method);
   if (params->threads < 0 || params->threads > 4096)
     errexit__("HYPRA_Partition: threads should be between 0 and 4096, not %d.", params->threads);
+  const double imbalance = ImbalanceOf(params);
+  if (!(imbalance >= 0 && imbalance < 1))
+    errexit__("HYPRA_Partition: imbalance should be 0 or between 0 and 1, not %g.", imbalance);
+  if (imbalance > 0 &&
+      BoundInfeasible(nvtxs, nhedges, vwgts, eptr, eind, hewgts, params, imbalance))
+    return HYPRA_ERROR_BALANCE;
   if (params->fixed != nullptr && nvtxs > 0) {
     if (part == nullptr) errexit__("HYPRA: the part array is missing.");
     if (params->fixed != part) icopy__(nvtxs, params->fixed, part);
@@ -332,10 +433,13 @@ extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const i
   setup.has_seed = true;
   setup.seed = params->seed;
   setup.threads = params->threads;
+  setup.imbalance = imbalance;
   // Every bisection of the recursion (nparts - 1 of them) makes `runs` runs; the direct path
   // makes `runs` trials.
-  ProgressHook progress{params->progress, params->progress_data, 0, {0}};
-  if (params->progress != nullptr) {
+  ProgressHook progress{nullptr, nullptr, 0, {0}};
+  if (HasProgress(params)) {
+    progress.report = params->progress;
+    progress.data = params->progress_data;
     const long long runs = static_cast<long long>(params->runs) *
                            (params->method == HYPRA_DIRECT ? 1 : params->nparts - 1LL);
     progress.total = runs > INT_MAX ? INT_MAX : static_cast<int>(runs);
@@ -354,7 +458,11 @@ extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const i
     PartRecursive(run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, params->nparts, params->ubfactor,
                   options, part, objective, true, setup);
   FreeRunState__(&own);
-  return 0;
+  if (imbalance > 0 &&
+      BoundBroken(nvtxs, vwgts, part, params->nparts,
+                  PartWeightBound__(TotalWeight(nvtxs, vwgts), params->nparts, imbalance)))
+    return HYPRA_ERROR_BALANCE;
+  return HYPRA_OK;
 }
 
 extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr,

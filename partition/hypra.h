@@ -28,7 +28,8 @@
  *               8 one summary per bisection, 16 one line per run, 32 timers,
  *               128 detailed trace, 256 every vertex move                    (default 0)
  *
- * Errors: these routines never return an error code. Invalid arguments (for example
+ * Errors: these routines return no error code, except that HYPRA_Partition reports a balance
+ * bound it cannot meet (HYPRA_ERROR_BALANCE, below). Invalid arguments (for example
  * nparts < 2, a UBfactor outside 1..49, an option out of range, a pin outside 0..nvtxs-1, a
  * fixed part outside -1..nparts-1) and exhausted memory print a message to standard error and
  * END THE PROCESS with exit status 0. Validate untrusted input before calling.
@@ -105,10 +106,6 @@ HYPRA_API void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const 
                                 const int *eind, const int *hewgts, int ubfactor,
                                 const int *options, int *part, int *edgecut);
 
-/* Statuses of HYPRA_Partition. */
-#define HYPRA_OK 0
-#define HYPRA_ERROR_BALANCE 2 /* no partition keeps every part within the imbalance bound */
-
 /* Methods of HYPRA_Partition. */
 #define HYPRA_RECURSIVE 0 /* recursive bisection, then k-way refinement for 3 to 64 parts */
 #define HYPRA_DIRECT 1    /* direct k-way partitioning */
@@ -133,8 +130,8 @@ typedef struct HYPRA_Params {
   int threads;      /* 0: exactly the options-vector entry points' run; N >= 1: the parallel
                        mode on N threads, whose result is the same for every N              (0) */
   int dbglvl;       /* diagnostic output, as options[8]                                    (0) */
-  double imbalance; /* 0: balance by ubfactor; 0 < EPS < 1: every part at most
-                       (1 + EPS) x ceil(W / nparts)                                         (0) */
+  double imbalance; /* 0: use ubfactor as today; 0 < EPS < 1: every part at most
+                       (1+EPS) x ceil(W/k), W the total vertex weight, k = nparts          (0) */
   /* Called after each multilevel run finishes (every bisection makes `runs` of them, the direct
      path `runs` trials), with the runs done so far and their total; from whichever thread ran
      it, so it must be thread-safe. NULL: no reports.                                   (NULL) */
@@ -144,9 +141,25 @@ typedef struct HYPRA_Params {
 
 HYPRA_API void HYPRA_DefaultParams(HYPRA_Params *params);
 
+/* Statuses of HYPRA_Partition. */
+#define HYPRA_OK 0 /* the partition meets every bound asked for */
+#define HYPRA_ERROR_BALANCE                                        \
+  2 /* imbalance > 0 and no part assignment found keeps every part \
+       within the bound */
+
 /*
  * Partitions the hypergraph as `params` asks. part receives the part of every vertex and
- * objective, when not NULL, the cut (or with HYPRA_DIRECT and rtype 2 the SOED). Returns 0.
+ * objective, when not NULL, the cut (or with HYPRA_DIRECT and rtype 2 the SOED). Returns HYPRA_OK.
+ *
+ * With imbalance = EPS (0 < EPS < 1) no part may weigh more than L = (1+EPS) x ceil(W/nparts),
+ * rounded down; ubfactor is then not used for the balance (it is still validated). The bisection
+ * tolerances follow from L, the k-way refinement runs for any number of parts (recursive method),
+ * and parts left above L are rebalanced by moving the vertices that cost the objective least.
+ * The call returns HYPRA_ERROR_BALANCE, without ending the process:
+ *   - before partitioning, leaving part and objective as they were, when a vertex weighs more than
+ *     L or (HYPRA_RECURSIVE) the vertices fixed to one part weigh more than L together;
+ *   - after partitioning, when a part is still above L; part then holds the partition found.
+ * A record whose size predates the imbalance field is read with imbalance = 0.
  *
  * The parallel mode (threads >= 1) runs the runs of every bisection, and the two halves of every
  * split, side by side. Each run draws from a random stream of its own, derived from the seed,

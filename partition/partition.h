@@ -11,12 +11,20 @@ int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part);
 void SeedSharedSequence__(unsigned int seed);
 // Recursive bisection without the final k-way refinement, as HYPRA_PartRecursiveInternal, but
 // drawing from (and advancing) the generator of the run that asks for it.
+// A positive `imbalance` runs it in the bounded-imbalance mode (PartCtrl::Imbalance).
 void PartRecursiveInRun__(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                           const int *eind, const int *hewgts, int nparts, int ubfactor,
-                          const int *options, int *part, int *edgecut);
+                          double imbalance, const int *options, int *part, int *edgecut);
 int MLRB__(PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset);
 void SplitGraphPart__(PartCtrl *ctrl, HGraph *graph, const int *bisection, HGraph *lgraph,
                       HGraph *rgraph);
+
+// The bounded-imbalance mode. PartWeightBound__ is the heaviest a part may be:
+// (1 + imbalance) x ceil(total / nparts), rounded down. BisectionTolerance__ is the UBfactor of
+// a bisection of `graph` into nleft and nparts - nleft parts (TargetFrac already set) under which
+// both sides can still be split into parts within MaxPartWgt.
+int PartWeightBound__(long long total, int nparts, double imbalance);
+float BisectionTolerance__(const PartCtrl *ctrl, const HGraph *graph, int nparts, int nleft);
 
 int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection);
 HGraph *PruneHGraph__(PartCtrl *ctrl, HGraph *graph);

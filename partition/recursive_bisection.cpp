@@ -39,19 +39,25 @@ int *IdentityLabel(int nvtxs) {
 }
 
 // Improves the partition p of h as a whole, allowing no part to grow heavier (relative to the
-// average) than the recursion left the heaviest one.
+// average) than the recursion left the heaviest one; in the bounded-imbalance mode, heavier than
+// the bound, after the parts above it have been brought within it.
 int RefineAfterRecursion(PartCtrl *ctrl, HGraph *h, int *p) {
   const int oldRType = ctrl->RType;
   ctrl->RType = 1;
 
   int *kpwgts = ismalloc__(ctrl->Nparts, 0, "MultilevelPartition: kpwgts");
   for (int v = 0; v < h->nvtxs; v++) kpwgts[p[v]] += h->cellwgt[v];
-  const int heaviest = kpwgts[iamax__(ctrl->Nparts, kpwgts)];
+  const int heaviest =
+      ctrl->Imbalance > 0 ? ctrl->MaxPartWgt : kpwgts[iamax__(ctrl->Nparts, kpwgts)];
   const int total = iasum__(ctrl->Nparts, kpwgts);
   ctrl->UBfactor = static_cast<float>(static_cast<double>(ctrl->Nparts) * heaviest / total);
 
   AllocateKwayRefinementMemory__(ctrl, h);
   icopy__(h->nvtxs, p, h->where);
+  if (ctrl->Imbalance > 0) {
+    ComputeInitKwayGains__(ctrl, h);
+    KeepPartBound__(ctrl, h);
+  }
   RefineCutKway_Random__(ctrl, h, kKwayPasses);
   RVfree__(&h->nrinfo, &h->crinfo, &h->crdata, &h->nrdata, &h->kpwgts, &h->islandmap);
   VCycleRefinementKway__(ctrl, h, kKwayVCycles);
@@ -61,6 +67,15 @@ int RefineAfterRecursion(PartCtrl *ctrl, HGraph *h, int *p) {
   ctrl->RType = oldRType;
   RVfree__(&kpwgts);
   return cut;
+}
+
+// The last word of the bounded-imbalance mode on a finished partition: parts still above the
+// bound (a bisection that missed its tolerance, islands placed by weight alone) are rebalanced.
+// Returns the partition's cut, recomputed since the rebalancer may have changed it.
+int KeepBoundAfterRecursion(PartCtrl *ctrl, HGraph *h, int *p, int cut) {
+  if (ctrl->Imbalance <= 0) return cut;
+  EnforcePartBound__(ctrl, h, p, false);
+  return ComputeActualCut__(h, p);
 }
 
 }  // namespace
@@ -189,6 +204,7 @@ int BothSides(PartCtrl *ctrl, HGraph *lgraph, HGraph *rgraph, int *part, int nle
 int MLRB__(PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset) {
   const int nleft = nparts / 2;
   ctrl->TargetFrac = static_cast<float>(static_cast<double>(nleft) / nparts);
+  if (ctrl->Imbalance > 0) ctrl->UBfactor = BisectionTolerance__(ctrl, graph, nparts, nleft);
   // Each bisection of the recursion has its own (offset, nparts), hence its own streams.
   ctrl->Place = static_cast<int64_t>(offset) * 4294967296LL + nparts;
 
@@ -228,7 +244,7 @@ int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
     graph->nfixed = 0;
     int cut = MLRB__(ctrl, graph, part, ctrl->Nparts, 0);
     if (kway) cut = RefineAfterRecursion(ctrl, graph, part);
-    return cut;
+    return KeepBoundAfterRecursion(ctrl, graph, part, cut);
   }
 
   int *orgpart = icopy__(graph->nvtxs, part, imalloc__(graph->nvtxs, "orgpart"));
@@ -243,6 +259,7 @@ int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
 
   int cut = MLRB__(ctrl, cgraph, fpart, ctrl->Nparts, 0);
   if (kway) cut = RefineAfterRecursion(ctrl, cgraph, fpart);
+  cut = KeepBoundAfterRecursion(ctrl, cgraph, fpart, cut);
 
   ProjectFixedCells__(ctrl, graph, part, fpart);
   for (int i = 0; i < graph->nvtxs; i++)
