@@ -143,13 +143,17 @@ int Partition(const AdvancedArgs &a, const Input &in, int *part, ProgressLine *p
                          part, &objective);
 }
 
-void PrintHeader(const AdvancedArgs &a, const HypergraphArrays &h) {
+void PrintHeader(const AdvancedArgs &a, const HypergraphArrays &h, long long bound) {
   HGraph sizes{};
   sizes.nvtxs = h.nvtxs;
   sizes.nhedges = h.nhedges;
   const int options[9] = {1,        a.runs,    a.ctype, a.rtype, a.vcycle, a.reconst,
                           a.fixfile != nullptr ? 1 : 0, a.seed,  a.dbglvl};
-  PrintInfo(&sizes, a.nparts, a.ubfactor, options, a.graphfile, a.kway ? 2 : 1);
+  if (a.imbalance > 0)
+    PrintInfoWithBound(&sizes, a.nparts, a.imbalance, bound, options, a.graphfile,
+                       a.kway ? 2 : 1);
+  else
+    PrintInfo(&sizes, a.nparts, a.ubfactor, options, a.graphfile, a.kway ? 2 : 1);
 }
 
 }  // namespace
@@ -171,7 +175,7 @@ int main(int argc, char *argv[]) {
   // Pinning the clock makes the clock-seeded inner bisections of the direct k-way path draw the
   // same numbers on every run with this seed.
   if (args.seeded) SetClockOverride__(args.seed);
-  PrintHeader(args, h);
+  PrintHeader(args, h, bound);
   std::fflush(stdout);
 
   ProgressLine *progress = ShowProgress(args)

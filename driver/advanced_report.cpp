@@ -1,6 +1,7 @@
 // What the tunable program reports beyond the quality summary: connectivity - 1 and the achieved
 // imbalance on standard output, and the whole run as one JSON object for scripts.
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "driver/advanced.h"
@@ -29,9 +30,13 @@ std::string JsonString(const char *text) {
   return s + "\"";
 }
 
+// The shortest text that reads back as the same double (0.03, not 0.029999999999999999).
 std::string JsonNumber(double value) {
   char text[64];
-  std::snprintf(text, sizeof(text), "%.17g", value);
+  for (int precision = 15; precision <= 17; precision++) {
+    std::snprintf(text, sizeof(text), "%.*g", precision, value);
+    if (std::strtod(text, nullptr) == value) break;
+  }
   return text;
 }
 

@@ -20,6 +20,9 @@ void WriteHGraphPart(int nvtxs, const int *part, const char *filename);
 // The header printed before partitioning; mode 1 is recursive bisection, anything else k-way.
 void PrintInfo(const HGraph *graph, int nparts, int ubfactor, const int *options,
                const char *filename, int mode);
+// The same header for a run held to an imbalance bound: the bound replaces the UBfactor.
+void PrintInfoWithBound(const HGraph *graph, int nparts, double imbalance, long long bound,
+                        const int *options, const char *filename, int mode);
 
 // Quality of a partition. Null weight arrays mean unit weights.
 void PrintPartStatistics(int nvtxs, int nhedges, int nparts, const int *netptr, const int *netind,

@@ -41,22 +41,38 @@ void PrintOptions(const int *options, int mode) {
   std::printf("\n");
 }
 
-}  // namespace
-
-void PrintInfo(const HGraph *graph, int nparts, int ubfactor, const int *options,
-               const char *filename, int mode) {
+// The header with the balance in force already written out as text.
+void PrintHeader(const HGraph *graph, int nparts, const char *balance, const int *options,
+                 const char *filename, int mode) {
   std::printf("*******************************************************************************\n");
   std::printf("%s\n\n", kBanner);
   std::printf("HyperGraph Information -----------------------------------------------------\n");
-  // Recursive bisection shows the tolerance as a fraction, k-way as a multiplier.
-  const double ub = mode == 1 ? ubfactor / 100.0 : 1 + ubfactor / 100.0;
-  std::printf(" Name: %s, #Vtxs: %5d, #Hedges: %5d, #Parts: %d, UBfactor: %1.2f\n", filename,
-              graph->nvtxs, graph->nhedges, nparts, ub);
+  std::printf(" Name: %s, #Vtxs: %5d, #Hedges: %5d, #Parts: %d, %s\n", filename, graph->nvtxs,
+              graph->nhedges, nparts, balance);
   if (options != nullptr) PrintOptions(options, mode);
   if (mode == 1)
     std::printf("\nRecursive Partitioning... --------------------------------------------------\n");
   else
     std::printf("\nK-way Partitioning... ------------------------------------------------------\n");
+}
+
+}  // namespace
+
+void PrintInfo(const HGraph *graph, int nparts, int ubfactor, const int *options,
+               const char *filename, int mode) {
+  // Recursive bisection shows the tolerance as a fraction, k-way as a multiplier.
+  const double ub = mode == 1 ? ubfactor / 100.0 : 1 + ubfactor / 100.0;
+  char balance[64];
+  std::snprintf(balance, sizeof(balance), "UBfactor: %1.2f", ub);
+  PrintHeader(graph, nparts, balance, options, filename, mode);
+}
+
+void PrintInfoWithBound(const HGraph *graph, int nparts, double imbalance, long long bound,
+                        const int *options, const char *filename, int mode) {
+  char balance[96];
+  std::snprintf(balance, sizeof(balance), "Imbalance: %g (every part at most %lld)", imbalance,
+                bound);
+  PrintHeader(graph, nparts, balance, options, filename, mode);
 }
 
 }  // namespace hypra

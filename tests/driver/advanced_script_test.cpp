@@ -203,7 +203,13 @@ TEST(AdvancedScript, ImbalanceBoundHoldsAndIsReported) {
           const std::string json = ReadFile(dir.File("g.json"));
           EXPECT_EQ(JsonField(json, "max_part_weight_bound"), std::to_string(bound));
           EXPECT_NEAR(std::stod(JsonField(json, "imbalance")), f.imbalance, 1e-12);
-          EXPECT_NE(r.out.find("Imbalance:"), std::string::npos);
+          EXPECT_NE(r.out.find("#Parts: " + std::to_string(k) + ", Imbalance: " + eps +
+                               " (every part at most " + std::to_string(bound) + ")\n"),
+                    std::string::npos)
+              << r.out;
+          EXPECT_NE(r.out.find("; at most " + std::string(eps) + ", a part at most " +
+                               std::to_string(bound) + ")"),
+                    std::string::npos);
         }
       }
     }
