@@ -182,8 +182,8 @@ struct PartCtrl {
   // stream of its own, seeded from (Seed, Place, the run's index), so that the result does not
   // depend on how many threads Sched has or how they interleave.
   int Parallel;
-  int64_t Place;     // the bisection's place in the recursion
-  Scheduler *Sched;  // not owned; null runs everything on the calling thread
+  int64_t Place;           // the bisection's place in the recursion
+  Scheduler *Sched;        // not owned; null runs everything on the calling thread
   ProgressHook *Progress;  // not owned; null when nobody is told
 
   // Bounded-imbalance mode (0: off, the ubfactor-driven behaviour). With 0 < Imbalance < 1 no

@@ -38,7 +38,7 @@ AdvancedArgs ParseAdvancedArguments(int argc, char *argv[]);
 struct RunFigures {
   int nvtxs, nhedges;
   long long npins;
-  const char *format;   // the format's name
+  const char *format;  // the format's name
   PartitionMetrics metrics;
   const long long *pwgts;  // nparts part weights
   long long bound;         // the heaviest a part may weigh under --imbalance, else 0

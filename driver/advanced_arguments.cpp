@@ -1,9 +1,9 @@
 // The tunable program's command line: every value is checked against its range here, before any
 // file is read, so that a script learns of a typo at once and by the exit status.
 #include <cerrno>
-#include <cstdarg>
 #include <climits>
 #include <cmath>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -29,7 +29,8 @@ void PrintUsage(FILE *out, const char *program) {
                program, program);
   std::fprintf(out, "Where:\n");
   std::fprintf(out, " GraphFile   : name of the hypergraph file\n");
-  std::fprintf(out, " Nparts      : number of partitions desired, 2 up to the number of vertices\n");
+  std::fprintf(out,
+               " Nparts      : number of partitions desired, 2 up to the number of vertices\n");
   std::fprintf(out,
                " UBfactor    : balance, 1 to 49 (5 allows a 45-55 bisection; with --kway a part "
                "may weigh 1.05 x the average)\n");
@@ -177,8 +178,8 @@ bool ApplySwitch(const char *program, const char *arg, AdvancedArgs *a) {
 }
 
 bool TakesValue(const char *arg) {
-  static const char *const kWithValue[] = {"--fix",    "--runs",      "--ctype",  "--rtype",
-                                           "--vcycle", "--seed",      "--dbglvl", "--out",
+  static const char *const kWithValue[] = {"--fix",     "--runs",      "--ctype",  "--rtype",
+                                           "--vcycle",  "--seed",      "--dbglvl", "--out",
                                            "--threads", "--imbalance", "--format", "--json"};
   for (const char *flag : kWithValue)
     if (std::strcmp(arg, flag) == 0) return true;

@@ -139,19 +139,19 @@ int Partition(const AdvancedArgs &a, const Input &in, int *part, ProgressLine *p
     params.progress_data = progress;
   }
   int objective = 0;
-  return HYPRA_Partition(h.nvtxs, h.nhedges, h.cellwgt, h.netptr, h.netind, h.netwgt, &params,
-                         part, &objective);
+  return HYPRA_Partition(h.nvtxs, h.nhedges, h.cellwgt, h.netptr, h.netind, h.netwgt, &params, part,
+                         &objective);
 }
 
 void PrintHeader(const AdvancedArgs &a, const HypergraphArrays &h, long long bound) {
   HGraph sizes{};
   sizes.nvtxs = h.nvtxs;
   sizes.nhedges = h.nhedges;
-  const int options[9] = {1,        a.runs,    a.ctype, a.rtype, a.vcycle, a.reconst,
-                          a.fixfile != nullptr ? 1 : 0, a.seed,  a.dbglvl};
+  const int options[9] = {
+      1,      a.runs,  a.ctype, a.rtype, a.vcycle, a.reconst, a.fixfile != nullptr ? 1 : 0,
+      a.seed, a.dbglvl};
   if (a.imbalance > 0)
-    PrintInfoWithBound(&sizes, a.nparts, a.imbalance, bound, options, a.graphfile,
-                       a.kway ? 2 : 1);
+    PrintInfoWithBound(&sizes, a.nparts, a.imbalance, bound, options, a.graphfile, a.kway ? 2 : 1);
   else
     PrintInfo(&sizes, a.nparts, a.ubfactor, options, a.graphfile, a.kway ? 2 : 1);
 }
@@ -178,9 +178,8 @@ int main(int argc, char *argv[]) {
   PrintHeader(args, h, bound);
   std::fflush(stdout);
 
-  ProgressLine *progress = ShowProgress(args)
-                               ? StartProgressLine(args.kway ? "trials" : "runs")
-                               : nullptr;
+  ProgressLine *progress =
+      ShowProgress(args) ? StartProgressLine(args.kway ? "trials" : "runs") : nullptr;
   const double cpu_start = seconds__();
   const auto wall_start = std::chrono::steady_clock::now();
   const int status = Partition(args, in, in.part.data(), progress);

@@ -52,8 +52,7 @@ std::string HgrText(const Netlist &h, bool weighted) {
   s << h.hedges.size() << " " << h.nvtxs << (weighted ? " 11" : "") << "\n";
   for (size_t e = 0; e < h.hedges.size(); e++) {
     if (weighted) s << h.hwgt[e] << " ";
-    for (size_t j = 0; j < h.hedges[e].size(); j++)
-      s << (j ? " " : "") << h.hedges[e][j] + 1;
+    for (size_t j = 0; j < h.hedges[e].size(); j++) s << (j ? " " : "") << h.hedges[e][j] + 1;
     s << "\n";
   }
   if (weighted)
@@ -190,9 +189,9 @@ TEST(AdvancedScript, ImbalanceBoundHoldsAndIsReported) {
         for (bool kway : {false, true}) {
           SCOPED_TRACE(std::string(weighted ? "weighted" : "unit") + " k=" + std::to_string(k) +
                        " eps=" + eps + (kway ? " kway" : ""));
-          std::vector<std::string> args = {"g.hgr", std::to_string(k), "--imbalance", eps,
-                                           "--seed", "3", "--runs", "2", "--out", "g.part",
-                                           "--json", "g.json"};
+          std::vector<std::string> args = {
+              "g.hgr", std::to_string(k), "--imbalance", eps,      "--seed", "3", "--runs",
+              "2",     "--out",           "g.part",      "--json", "g.json"};
           if (kway) args.push_back("--kway");
           const RunResult r = RunAdvanced(args, dir.path);
           ASSERT_EQ(r.status, 0) << r.err;
@@ -232,8 +231,8 @@ TEST(AdvancedScript, JsonNumbersMatchThePartitionFile) {
   const Netlist h = MakeNetlist(300, true);
   dir.Write("g.hgr", HgrText(h, true));
   for (bool kway : {false, true}) {
-    std::vector<std::string> args = {"g.hgr", "5", "5", "--seed", "1", "--out", "g.part",
-                                     "--json", "g.json"};
+    std::vector<std::string> args = {"g.hgr", "5",      "5",      "--seed", "1",
+                                     "--out", "g.part", "--json", "g.json"};
     if (kway) args.push_back("--kway");
     const RunResult r = RunAdvanced(args, dir.path);
     ASSERT_EQ(r.status, 0) << r.err;
@@ -274,7 +273,8 @@ TEST(AdvancedScript, MatrixMarketAndItsHypergraphGiveTheSamePartition) {
   for (int c = 0; c < n; c++)
     for (int r : cols[c]) mtx << r + 1 << " " << c + 1 << " 1.5\n";
   hgr << n << " " << n << "\n";
-  for (int c = 0; c < n; c++) hgr << cols[c][0] + 1 << " " << cols[c][1] + 1 << " " << cols[c][2] + 1 << "\n";
+  for (int c = 0; c < n; c++)
+    hgr << cols[c][0] + 1 << " " << cols[c][1] + 1 << " " << cols[c][2] + 1 << "\n";
   dir.Write("m.mtx", mtx.str());
   dir.Write("m.hgr", hgr.str());
   const RunResult a = RunAdvanced({"m.mtx", "4", "5", "--seed", "2", "--out", "a.part"}, dir.path);
@@ -309,8 +309,7 @@ TEST(AdvancedScript, ProgressLineOnlyWhenAskedForOutsideATerminal) {
 TEST(AdvancedScript, UnwritableJsonTargetEndsBeforePartitioning) {
   ScratchDir dir;
   dir.Write("g.hgr", HgrText(MakeNetlist(40, false), false));
-  const RunResult r =
-      RunAdvanced({"g.hgr", "2", "5", "--json", "no/such/folder/g.json"}, dir.path);
+  const RunResult r = RunAdvanced({"g.hgr", "2", "5", "--json", "no/such/folder/g.json"}, dir.path);
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.out, "");
   EXPECT_NE(r.err.find("no/such/folder/g.json"), std::string::npos) << r.err;

@@ -174,10 +174,10 @@ TEST(Faults, AMillionPinHyperedgePartitions) {
   for (int v = 1; v <= n; v++) s << v << (v == n ? "\n" : " ");
   for (int i = 0; i < n / 100; i++) s << i * 100 + 1 << " " << (i * 100 + 100) % n + 1 << "\n";
   dir.Write("big.hgr", s.str());
-  const RunResult r = driver_test::RunProgram(
-      {"big.hgr", "2", "--imbalance", "0.05", "--seed", "1", "--runs", "1", "--out", "big.part",
-       "--json", "big.json"},
-      dir.path, Advanced());
+  const RunResult r =
+      driver_test::RunProgram({"big.hgr", "2", "--imbalance", "0.05", "--seed", "1", "--runs", "1",
+                               "--out", "big.part", "--json", "big.json"},
+                              dir.path, Advanced());
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(CountLines(dir.File("big.part")), n);
   // The big hyperedge is cut by any bisection; its weight is part of the cut.
@@ -203,8 +203,8 @@ TEST(Faults, AVertexIn200000HyperedgesPartitions) {
   std::vector<int> part;
   for (int p; in >> p;) part.push_back(p);
   ASSERT_EQ(static_cast<int>(part.size()), n);
-  const long long away = std::count_if(part.begin() + 1, part.end(),
-                                       [&](int p) { return p != part[0]; });
+  const long long away =
+      std::count_if(part.begin() + 1, part.end(), [&](int p) { return p != part[0]; });
   EXPECT_NE(ReadFile(dir.File("star.json")).find("\"cut\": " + std::to_string(away) + ","),
             std::string::npos);
   EXPECT_GT(away, 0);
