@@ -141,15 +141,34 @@ typedef struct HYPRA_Params {
 
 HYPRA_API void HYPRA_DefaultParams(HYPRA_Params *params);
 
-/* Statuses of HYPRA_Partition. */
-#define HYPRA_OK 0 /* the partition meets every bound asked for */
-#define HYPRA_ERROR_BALANCE                                        \
-  2 /* imbalance > 0 and no part assignment found keeps every part \
-       within the bound */
+/*
+ * Statuses of HYPRA_Partition and of every function below it. A failed call prints nothing,
+ * releases everything it allocated, leaves the process as it was, and makes a message
+ * available through HYPRA_LastError; the next call works as usual.
+ */
+#define HYPRA_OK 0            /* done */
+#define HYPRA_ERROR_ARGS 1    /* an argument is invalid (a count, a pin, a weight, a setting) */
+#define HYPRA_ERROR_BALANCE 2 /* imbalance > 0 and no partition found keeps every part within it */
+#define HYPRA_ERROR_INPUT 3   /* a file cannot be read or is not valid in its format */
+#define HYPRA_ERROR_MEMORY 4  /* memory ran out */
+
+/* The message of this thread's last failed call ("" when its last call succeeded); valid until
+   the thread's next call of a function that returns a status. */
+HYPRA_API const char *HYPRA_LastError(void);
+
+/* The library's version, at compile time and at run time ("1.0.0"). */
+#define HYPRA_VERSION_MAJOR 1
+#define HYPRA_VERSION_MINOR 0
+#define HYPRA_VERSION_PATCH 0
+#define HYPRA_VERSION_STRING "1.0.0"
+HYPRA_API const char *HYPRA_Version(void);
 
 /*
  * Partitions the hypergraph as `params` asks. part receives the part of every vertex and
- * objective, when not NULL, the cut (or with HYPRA_DIRECT and rtype 2 the SOED). Returns HYPRA_OK.
+ * objective, when not NULL, the cut (or with HYPRA_DIRECT and rtype 2 the SOED). Returns HYPRA_OK,
+ * or a failure status (see above): invalid arguments and hypergraphs (HYPRA_ERROR_ARGS), a
+ * bound that cannot be met (HYPRA_ERROR_BALANCE), exhausted memory (HYPRA_ERROR_MEMORY). It never
+ * ends the process, and prints only the diagnostics dbglvl asks for.
  *
  * With imbalance = EPS (0 < EPS < 1) no part may weigh more than L = (1+EPS) x ceil(W/nparts),
  * rounded down; ubfactor is then not used for the balance (it is still validated). The bisection
@@ -171,6 +190,52 @@ HYPRA_API void HYPRA_DefaultParams(HYPRA_Params *params);
 HYPRA_API int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                               const int *eind, const int *hewgts, const HYPRA_Params *params,
                               int *part, int *objective);
+
+
+/* Hypergraph file formats for HYPRA_ReadHypergraph. */
+#define HYPRA_FORMAT_AUTO (-1)     /* by the file's extension: .mtx, .patoh, else hgr */
+#define HYPRA_FORMAT_HGR 0         /* "nhedges nvtxs [fmt]", then one line of pins per hyperedge */
+#define HYPRA_FORMAT_MTX_COLNET 1  /* Matrix Market: rows are vertices, columns hyperedges */
+#define HYPRA_FORMAT_MTX_ROWNET 2  /* Matrix Market: rows are hyperedges, columns vertices */
+#define HYPRA_FORMAT_PATOH 3       /* "base cells nets pins [scheme [constraints]]", nets, weights */
+
+/* A hypergraph in the arrays every entry point takes; filled by HYPRA_ReadHypergraph, released
+   by HYPRA_FreeHypergraph. */
+typedef struct HYPRA_Hypergraph {
+  int nvtxs;
+  int nhedges;
+  int *eptr;   /* nhedges + 1 offsets into eind */
+  int *eind;   /* eptr[nhedges] pins, 0-based vertices */
+  int *vwgts;  /* nvtxs vertex weights, or NULL for unit weights */
+  int *hewgts; /* nhedges hyperedge weights, or NULL for unit weights */
+} HYPRA_Hypergraph;
+
+/* Reads a hypergraph file, held strictly to its format (see README): any problem returns
+   HYPRA_ERROR_INPUT with the file and line in HYPRA_LastError, and leaves out empty. */
+HYPRA_API int HYPRA_ReadHypergraph(const char *path, int format, HYPRA_Hypergraph *out);
+/* Releases what HYPRA_ReadHypergraph filled in and empties the record; harmless when empty. */
+HYPRA_API void HYPRA_FreeHypergraph(HYPRA_Hypergraph *h);
+
+/* Quality of a partition: the cut (weight of hyperedges touching two or more parts), the sum of
+   external degrees (each cut hyperedge once per part it touches), connectivity - 1 (each
+   hyperedge's weight times the parts it touches less one), the total and heaviest part weight,
+   and the imbalance, heaviest part / ceil(total / nparts) - 1. */
+typedef struct HYPRA_Metrics {
+  long long cut;
+  long long soed;
+  long long km1;
+  long long total_weight;
+  long long max_part_weight;
+  double imbalance;
+} HYPRA_Metrics;
+
+/* Computes the metrics of part (nvtxs parts in 0..nparts-1); part_weights, when not NULL,
+   receives the nparts part weights. HYPRA_ERROR_ARGS for a part out of range or a malformed
+   hypergraph. */
+HYPRA_API int HYPRA_ComputeMetrics(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                                   const int *eind, const int *hewgts, int nparts,
+                                   const int *part, long long *part_weights,
+                                   HYPRA_Metrics *metrics);
 
 #ifdef __cplusplus
 }
