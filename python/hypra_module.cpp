@@ -8,8 +8,10 @@
 
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "hypra.h"
@@ -40,7 +42,8 @@ void CreateExceptions(py::module_ &m) {
                                   "Base class of every error the hypra package raises; str() is "
                                   "the library's message.",
                                   PyExc_Exception);
-  py::tuple input_bases = py::make_tuple(py::handle(exceptions.error), py::handle(PyExc_ValueError));
+  py::tuple input_bases =
+      py::make_tuple(py::handle(exceptions.error), py::handle(PyExc_ValueError));
   exceptions.input = NewException("hypra.InputError",
                                   "Invalid input: an argument, a malformed hypergraph, or a file "
                                   "that cannot be read or does not follow its format.",
@@ -122,7 +125,11 @@ struct Arrays {
 
 Arrays CopyArrays(int nvtxs, const IntArray &eptr, const IntArray &eind,
                   const std::optional<IntArray> &vwgts, const std::optional<IntArray> &hewgts) {
-  Arrays h{nvtxs, static_cast<int>(eptr.size()) - 1, Copy(eptr), Copy(eind), CopyOptional(vwgts),
+  Arrays h{nvtxs,
+           static_cast<int>(eptr.size()) - 1,
+           Copy(eptr),
+           Copy(eind),
+           CopyOptional(vwgts),
            CopyOptional(hewgts)};
   if (h.eptr.empty()) Fail(HYPRA_ERROR_ARGS, "hypra: eptr needs at least one entry");
   return h;
@@ -179,8 +186,8 @@ py::tuple Partition(int nvtxs, const IntArray &eptr, const IntArray &eind,
     params.threads = threads;
     params.runs = runs;
     params.fixed = DataOrNull(fixed_parts);
-    status = HYPRA_Partition(h.nvtxs, h.nhedges, DataOrNull(h.vwgts), h.eptr.data(),
-                             h.eind.data(), DataOrNull(h.hewgts), &params, part.data(), &objective);
+    status = HYPRA_Partition(h.nvtxs, h.nhedges, DataOrNull(h.vwgts), h.eptr.data(), h.eind.data(),
+                             DataOrNull(h.hewgts), &params, part.data(), &objective);
     if (status != HYPRA_OK) message = HYPRA_LastError();
   }
   if (status != HYPRA_OK) {
@@ -207,9 +214,9 @@ py::dict Metrics(int nvtxs, const IntArray &eptr, const IntArray &eind,
   std::string message;
   {
     py::gil_scoped_release unlocked;
-    status = HYPRA_ComputeMetrics(h.nvtxs, h.nhedges, DataOrNull(h.vwgts), h.eptr.data(),
-                                  h.eind.data(), DataOrNull(h.hewgts), nparts, part.data(),
-                                  weights.data(), &m);
+    status =
+        HYPRA_ComputeMetrics(h.nvtxs, h.nhedges, DataOrNull(h.vwgts), h.eptr.data(), h.eind.data(),
+                             DataOrNull(h.hewgts), nparts, part.data(), weights.data(), &m);
     if (status != HYPRA_OK) message = HYPRA_LastError();
   }
   if (status != HYPRA_OK) Fail(status, message);
@@ -228,6 +235,18 @@ py::dict Metrics(int nvtxs, const IntArray &eptr, const IntArray &eind,
 
 }  // namespace
 
+// Memory that runs out in this layer (copying the arrays, say) is the library's memory failure too.
+template <typename R, typename... Args>
+auto CatchBadAlloc(R (*body)(Args...)) {
+  return [body](Args... args) -> R {
+    try {
+      return body(std::forward<Args>(args)...);
+    } catch (const std::bad_alloc &) {
+      Fail(HYPRA_ERROR_MEMORY, "hypra: out of memory");
+    }
+  };
+}
+
 PYBIND11_MODULE(_hypra, m) {
   m.doc() =
       "Low-level bindings of the hypra library; use the functions of the hypra package instead.";
@@ -240,16 +259,17 @@ PYBIND11_MODULE(_hypra, m) {
   m.attr("FORMAT_MTX_COLNET") = HYPRA_FORMAT_MTX_COLNET;
   m.attr("FORMAT_MTX_ROWNET") = HYPRA_FORMAT_MTX_ROWNET;
   m.attr("FORMAT_PATOH") = HYPRA_FORMAT_PATOH;
-  m.def("version", [] { return std::string(HYPRA_Version()); },
-        "The library's version (HYPRA_Version).");
-  m.def("read", &Read, py::arg("path"), py::arg("format"),
+  m.def(
+      "version", [] { return std::string(HYPRA_Version()); },
+      "The library's version (HYPRA_Version).");
+  m.def("read", CatchBadAlloc(&Read), py::arg("path"), py::arg("format"),
         "Reads a hypergraph file: (nvtxs, eptr, eind, vwgts or None, hewgts or None).");
-  m.def("partition", &Partition, py::arg("nvtxs"), py::arg("eptr"), py::arg("eind"),
+  m.def("partition", CatchBadAlloc(&Partition), py::arg("nvtxs"), py::arg("eptr"), py::arg("eind"),
         py::arg("vwgts").none(true), py::arg("hewgts").none(true), py::arg("nparts"),
         py::arg("method"), py::arg("rtype"), py::arg("imbalance"), py::arg("seed"),
         py::arg("threads"), py::arg("runs"), py::arg("fixed").none(true),
         "Runs HYPRA_Partition with the interpreter lock released: (parts, objective).");
-  m.def("metrics", &Metrics, py::arg("nvtxs"), py::arg("eptr"), py::arg("eind"),
+  m.def("metrics", CatchBadAlloc(&Metrics), py::arg("nvtxs"), py::arg("eptr"), py::arg("eind"),
         py::arg("vwgts").none(true), py::arg("hewgts").none(true), py::arg("nparts"),
         py::arg("parts"), "Runs HYPRA_ComputeMetrics: a dict of the partition's figures.");
 }

@@ -126,7 +126,7 @@ class Hypergraph:
 
     ``num_vertices`` defaults to the length of ``vertex_weights`` when they are given, else to one
     more than the largest pin (vertices no hyperedge names are isolated vertices). Weights default
-    to 1; vertex weights must not be negative. A vertex may appear only once in a hyperedge.
+    to 1; weights must not be negative. A vertex may appear only once in a hyperedge.
 
     Attributes (read-only numpy int32 arrays; the constructor copies its input):
     ``num_vertices``, ``num_hyperedges``, ``num_pins``, ``eptr`` (``num_hyperedges + 1``
@@ -197,6 +197,9 @@ class Hypergraph:
             v = int(np.argmax(vwgts < 0))
             raise InputError(f"vertex {v} has the negative weight {vwgts[v]}")
         hewgts = _optional_int32_array(hyperedge_weights, "hyperedge_weights", nhedges)
+        if hewgts is not None and len(hewgts) > 0 and hewgts.min() < 0:
+            e = int(np.argmax(hewgts < 0))
+            raise InputError(f"hyperedge {e} has the negative weight {hewgts[e]}")
         self.num_vertices = nvtxs
         self.eptr = eptr
         self.eind = eind

@@ -13,6 +13,8 @@ endif()
 execute_process(
   COMMAND ${CMAKE_COMMAND} -E env PYTHONPATH=${stage}${INSTALL_DIR} PYTHONDONTWRITEBYTECODE=1
           ${PYTHON} -c "import hypra; print(hypra.__file__); print(hypra.__version__); print(hypra.partition(hypra.Hypergraph([[0, 1, 2], [3, 4, 5], [2, 3]]), 2, seed=1).cut)"
+  # Not in the build folder, whose hypra/ the interpreter would find first.
+  WORKING_DIRECTORY ${stage}
   RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
 file(REMOVE_RECURSE "${stage}")
 if(NOT status EQUAL 0)
