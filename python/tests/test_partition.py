@@ -119,3 +119,18 @@ def test_metrics_of_any_partition(triangles):
         hypra.metrics(triangles, [0, 0, 0, 0, 0, 2], k=2)
     with pytest.raises(hypra.InputError):
         hypra.metrics(triangles, [0, 1])
+
+
+def test_tiny_and_empty_hypergraphs():
+    assert hypra.partition(hypra.Hypergraph([]), 2, seed=1).parts.tolist() == []
+    # Isolated vertices are spread over the parts like any other.
+    result = hypra.partition(hypra.Hypergraph([[]], num_vertices=4), 2, seed=1)
+    assert sorted(result.part_weights.tolist()) == [2, 2]
+    assert result.cut == 0
+
+
+def test_numpy_integers_are_accepted():
+    h = hypra.Hypergraph([[0, 1], [1, 2], [2, 3]])
+    result = hypra.partition(h, np.int64(2), seed=np.uint32(3), threads=np.int8(2),
+                             runs=np.int16(4))
+    assert result.cut == 1
