@@ -14,8 +14,12 @@
 namespace hypra {
 
 struct FailureTrap::Blocks {
-  std::mutex lock;
+  std::mutex lock;  // guards live
   std::unordered_set<void *> live;
+  // Guards the status and message. A lock of its own, because a failure may be raised while
+  // `lock` is held: growing `live` can run out of memory, and a program's out-of-memory handler
+  // then fails the call from inside the insertion.
+  std::mutex failure;
 };
 
 namespace {
@@ -40,7 +44,7 @@ void SetCurrentTrap__(FailureTrap *trap) {
 
 void FailTrappedCall__(FailureTrap *trap, int status, const char *format, va_list args) {
   {
-    std::lock_guard<std::mutex> guard(trap->blocks->lock);
+    std::lock_guard<std::mutex> guard(trap->blocks->failure);
     // The first failure explains the call; others (of runs beside it) follow from the same cause.
     if (trap->status == 0) {
       trap->status = status;

@@ -50,6 +50,7 @@ RunResult RunLimited(const std::string &program, const std::vector<std::string> 
       _exit(127);
     const rlimit lim{static_cast<rlim_t>(limit), static_cast<rlim_t>(limit)};
     if (setrlimit(RLIMIT_AS, &lim) != 0) _exit(126);
+    alarm(120);  // a run that hangs ends by a signal, which the test reports
     std::vector<char *> argv;
     argv.push_back(const_cast<char *>(program.c_str()));
     for (const auto &a : args) argv.push_back(const_cast<char *>(a.c_str()));
