@@ -117,7 +117,7 @@ void MatchStars(PartCtrl *ctrl, HGraph *graph, bool timed, BuildOrder buildOrder
   if (timed) stoptimer__(ctrl, ctrl->AuxTmr4);
 
   GroupsFromCellmap(graph, ngroups);
-  std::free(wgts);
+  ReleaseMemory__(wgts);
   CreateCoarseHGraph__(ctrl, graph, ngroups);
 }
 
@@ -142,7 +142,7 @@ void BucketSortKeysInc(int n, int max, const int *keys, const int *in, int *out)
     const int v = in[i];
     out[counts[keys[v]]++] = v;
   }
-  std::free(counts);
+  ReleaseMemory__(counts);
 }
 
 void DegreeOrder__(PartCtrl *ctrl, const HGraph *graph, int *perm, int *keys) {

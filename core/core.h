@@ -6,6 +6,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdarg>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
@@ -243,6 +244,35 @@ int ComputePartitionMetrics__(int nvtxs, int nhedges, const int *cellwgt, const 
 // Runtime support
 // ---------------------------------------------------------------------------------------------
 
+// A library call that reports failure instead of ending the process. While a trap is set on a
+// thread (and on the pool's threads for the tasks that call queues), errexit__ and a failed
+// allocation record the status and message in it and throw CallFailed back to the call, and
+// every array allocated in the meantime is tracked, so that ReleaseTrappedMemory__ can free what
+// the failed run left behind. Without a trap, errors end the process as they always have.
+constexpr int kFailedArguments = 1;  // the status of errexit__
+constexpr int kFailedMemory = 4;     // the status of a failed allocation
+struct CallFailed {};
+struct FailureTrap {
+  int status;         // 0, or the status of the first failure
+  char message[512];  // its message, without the trailing newline
+  struct Blocks;
+  Blocks *blocks;     // the arrays allocated and not yet released
+  FailureTrap();
+  ~FailureTrap();
+  FailureTrap(const FailureTrap &) = delete;
+  FailureTrap &operator=(const FailureTrap &) = delete;
+};
+FailureTrap *CurrentTrap__();
+void SetCurrentTrap__(FailureTrap *trap);
+[[noreturn]] void FailTrappedCall__(FailureTrap *trap, int status, const char *format,
+                                    va_list args);
+[[noreturn]] void FailTrappedCallf__(FailureTrap *trap, int status, const char *format, ...)
+    __attribute__((format(printf, 3, 4)));
+void TrackMemory__(FailureTrap *trap, void *ptr);
+void ReleaseTrappedMemory__(FailureTrap *trap);
+// Frees an array of the checked allocators (null is harmless); RVfree__ calls it.
+void ReleaseMemory__(void *ptr);
+
 // Marks the coming exit as the end of a failed run, whose arrays are still allocated by design
 // (so that a leak checker does not report them); errexit__ calls it.
 void MarkFatalExit__();
@@ -256,6 +286,8 @@ void InstallOutOfMemoryHandler__();
 [[noreturn]] void errexit__(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 void *RVmalloc__(long long nbytes, const char *msg);
+// For tests: the nth checked allocation from now on fails as if memory had run out (0 cancels).
+void InjectAllocationFailure__(long long nth);
 int *imalloc__(long long n, const char *msg);
 int *ismalloc__(long long n, int value, const char *msg);
 float *fmalloc__(long long n, const char *msg);
@@ -265,7 +297,7 @@ float *fsmalloc__(long long n, float value, const char *msg);
 // is harmless.
 template <typename... T>
 void RVfree__(T **...ptrs) {
-  ((std::free(*ptrs), *ptrs = nullptr), ...);
+  ((ReleaseMemory__(*ptrs), *ptrs = nullptr), ...);
 }
 
 FILE *RVfopen__(const char *path, const char *mode, const char *msg);

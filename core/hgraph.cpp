@@ -45,7 +45,7 @@ void FreeHGraph__(HGraph *graph) {
            &graph->islandmap, &graph->mptr, &graph->mind, &graph->gain, &graph->ndeg[0],
            &graph->ndeg[1], &graph->where, &graph->kpwgts, &graph->nrinfo, &graph->crinfo,
            &graph->nrdata, &graph->crdata, &graph->kslot);
-  std::free(graph);
+  ReleaseMemory__(graph);
 }
 
 void FreeRootHGraph__(HGraph *graph) {
@@ -143,7 +143,7 @@ HGraph *CreateRunView__(const HGraph *graph) {
 
 void FreeRunView__(HGraph *view) {
   FreeRootHGraph__(view);
-  std::free(view);
+  ReleaseMemory__(view);
 }
 
 }  // namespace hypra

@@ -15,7 +15,7 @@ void AppendOutput__(OutputBuffer *out, const char *text, long long length) {
     while (capacity < out->size + length) capacity *= 2;
     auto *data = static_cast<char *>(RVmalloc__(capacity, "AppendOutput: data"));
     if (out->size > 0) std::memcpy(data, out->data, static_cast<size_t>(out->size));
-    std::free(out->data);
+    ReleaseMemory__(out->data);
     out->data = data;
     out->capacity = capacity;
   }
@@ -43,7 +43,7 @@ void Printf__(const PartCtrl *ctrl, const char *format, ...) {
     auto *text = static_cast<char *>(RVmalloc__(length + 1LL, "Printf: text"));
     std::vsnprintf(text, static_cast<size_t>(length) + 1, format, again);
     AppendOutput__(out, text, length);
-    std::free(text);
+    ReleaseMemory__(text);
   }
   va_end(again);
 }

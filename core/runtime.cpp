@@ -1,6 +1,8 @@
 // Runtime support: checked allocation, fatal exit, files, vector helpers, CPU time, timers.
 #include <sys/resource.h>
 
+#include <atomic>
+#include <cerrno>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -13,6 +15,8 @@
 namespace {
 // Set when the process ends on a fatal error, with its data still allocated by design.
 bool fatal_exit = false;
+// Tests make the n-th allocation from now fail, to see every failure path (0: none).
+std::atomic<long long> injected_failure{0};
 // The exit status of a fatal error: 0 for the specified program, chosen once by a program that
 // wants scripts to see failures.
 int fatal_status = 0;
@@ -51,6 +55,7 @@ int FatalExitStatus__() {
 void errexit__(const char *format, ...) {
   va_list args;
   va_start(args, format);
+  if (FailureTrap *trap = CurrentTrap__()) FailTrappedCall__(trap, kFailedArguments, format, args);
   std::vfprintf(stderr, format, args);
   va_end(args);
   std::fprintf(stderr, "\n");
@@ -74,11 +79,27 @@ void InstallOutOfMemoryHandler__() {
   std::set_new_handler(OutOfMemory);
 }
 
+void InjectAllocationFailure__(long long nth) {
+  injected_failure.store(nth, std::memory_order_relaxed);
+}
+
 void *RVmalloc__(long long nbytes, const char *msg) {
   if (nbytes == 0) return nullptr;
   void *ptr = nbytes > 0 ? std::malloc(static_cast<size_t>(nbytes)) : nullptr;
-  if (ptr == nullptr)
+  if (injected_failure.load(std::memory_order_relaxed) > 0 &&
+      injected_failure.fetch_sub(1, std::memory_order_relaxed) == 1) {
+    std::free(ptr);
+    ptr = nullptr;
+  }
+  FailureTrap *trap = CurrentTrap__();
+  if (ptr == nullptr) {
+    if (trap != nullptr)
+      FailTrappedCallf__(trap, nbytes > 0 ? kFailedMemory : kFailedArguments,
+                         "Memory allocation failed for %s. Requested size: %lld bytes", msg,
+                         nbytes);
     errexit__("Memory allocation failed for %s. Requested size: %lld bytes\n", msg, nbytes);
+  }
+  if (trap != nullptr) TrackMemory__(trap, ptr);
   return ptr;
 }
 
@@ -105,6 +126,8 @@ float *fsmalloc__(long long n, float value, const char *msg) {
 FILE *RVfopen__(const char *path, const char *mode, const char *msg) {
   FILE *fp = std::fopen(path, mode);
   if (fp == nullptr) {
+    if (FailureTrap *trap = CurrentTrap__())
+      FailTrappedCallf__(trap, kFailedArguments, "%s: %s", msg, std::strerror(errno));
     // The detailed text is composed but, as ever, only the description reaches the user.
     char detail[256];
     std::snprintf(detail, sizeof(detail), "file: %s, mode: %s, [%s]", path, mode, msg);

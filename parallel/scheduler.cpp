@@ -3,7 +3,9 @@
 // until its group is done.
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -16,6 +18,7 @@ namespace {
 
 struct Group {
   int pending;
+  std::exception_ptr error;  // the first failure of one of its tasks
 };
 
 struct Task {
@@ -23,6 +26,7 @@ struct Task {
   void *context;
   int index;
   Group *group;
+  FailureTrap *trap;  // the caller's, set on whichever thread runs the task
 };
 
 }  // namespace
@@ -37,11 +41,24 @@ struct Scheduler {
 
 namespace {
 
-// Runs one task and counts it done; takes and returns with the lock held.
+// Runs one task and counts it done; takes and returns with the lock held. A task that fails
+// hands its exception to its group, whose caller rethrows it once every task of the group is
+// over; the tasks of a failed group that have not started are skipped.
 void RunOne(Scheduler *sched, std::unique_lock<std::mutex> &lock, const Task &task) {
-  lock.unlock();
-  task.run(task.context, task.index);
-  lock.lock();
+  if (!task.group->error) {
+    lock.unlock();
+    FailureTrap *const own = CurrentTrap__();
+    SetCurrentTrap__(task.trap);
+    std::exception_ptr error;
+    try {
+      task.run(task.context, task.index);
+    } catch (...) {
+      error = std::current_exception();
+    }
+    SetCurrentTrap__(own);
+    lock.lock();
+    if (error && !task.group->error) task.group->error = error;
+  }
   if (--task.group->pending == 0) sched->changed.notify_all();
 }
 
@@ -90,11 +107,19 @@ void RunTasks__(Scheduler *sched, int n, void (*task)(void *context, int i), voi
     for (int i = 0; i < n; i++) task(context, i);
     return;
   }
-  Group group{n};
+  Group group{n, nullptr};
+  FailureTrap *const trap = CurrentTrap__();
   std::unique_lock<std::mutex> lock(sched->mutex);
-  for (int i = 1; i < n; i++) sched->queue.push_back(Task{task, context, i, &group});
-  if (n > 1) sched->changed.notify_all();
-  RunOne(sched, lock, Task{task, context, 0, &group});
+  // Out of memory for the queue, the caller runs what it could not queue itself: every task
+  // queued refers to this frame's group, so nothing may leave it before they are all done.
+  int queued = 1;
+  try {
+    for (; queued < n; queued++) sched->queue.push_back(Task{task, context, queued, &group, trap});
+  } catch (const std::bad_alloc &) {
+  }
+  if (queued > 1) sched->changed.notify_all();
+  RunOne(sched, lock, Task{task, context, 0, &group, trap});
+  for (int i = queued; i < n; i++) RunOne(sched, lock, Task{task, context, i, &group, trap});
   while (group.pending > 0) {
     if (!sched->queue.empty()) {
       // The most recently queued task first: most likely one of ours, or a small nested one.
@@ -105,6 +130,7 @@ void RunTasks__(Scheduler *sched, int n, void (*task)(void *context, int i), voi
       sched->changed.wait(lock);
     }
   }
+  if (group.error) std::rethrow_exception(group.error);
 }
 
 }  // namespace hypra

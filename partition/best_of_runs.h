@@ -226,7 +226,7 @@ BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, i
     FreeOutput__(&pr.out);
     FreeRunState__(&pr.run);
   }
-  std::free(runs);
+  ReleaseMemory__(runs);
 
   if (ctrl->Vcycle == 1) {
     // The kept partitions' V-cycles side by side too, each on a copy of the hypergraph and a

@@ -101,36 +101,6 @@ void ValidateControl(const PartCtrl *ctrl, int nparts, int ubfactor) {
   if (OutOfRange(ctrl->Fixed, 0, 1)) errexit__("Fixed should be between 0 and 1.\n");
 }
 
-// The arrays are the caller's; anything that would make the engine read or write out of bounds
-// ends the run with a message instead.
-void ValidateHypergraph(int nvtxs, int nhedges, const int *eptr, const int *eind) {
-  if (nvtxs < 0) errexit__("HYPRA: the number of vertices is negative (%d).", nvtxs);
-  if (nhedges < 0) errexit__("HYPRA: the number of hyperedges is negative (%d).", nhedges);
-  if (eptr == nullptr) errexit__("HYPRA: the hyperedge offsets (eptr) are missing.");
-  if (eptr[0] != 0) errexit__("HYPRA: eptr[0] must be 0, not %d.", eptr[0]);
-  for (int e = 0; e < nhedges; e++)
-    if (eptr[e + 1] < eptr[e])
-      errexit__("HYPRA: eptr decreases at hyperedge %d (%d > %d).", e, eptr[e], eptr[e + 1]);
-  if (eptr[nhedges] > 0 && eind == nullptr) errexit__("HYPRA: the pins (eind) are missing.");
-  for (int j = 0; j < eptr[nhedges]; j++)
-    if (eind[j] < 0 || eind[j] >= nvtxs)
-      errexit__("HYPRA: pin %d names vertex %d, outside 0..%d.", j, eind[j], nvtxs - 1);
-}
-
-// Weights whose sums would not fit the engine's ints end the run, as malformed arrays do.
-void ValidateWeights(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *hewgts) {
-  char why[256];
-  if (WeightLimitProblem__(nvtxs, nhedges, vwgts, eptr, hewgts, why, sizeof(why)) != 0)
-    errexit__("HYPRA: %s.", why);
-}
-
-void ValidateParts(int nvtxs, const int *part, int lo, int hi, const char *what) {
-  if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
-  for (int v = 0; v < nvtxs; v++)
-    if (part[v] < lo || part[v] > hi)
-      errexit__("HYPRA: %s of vertex %d is %d, outside %d..%d.", what, v, part[v], lo, hi);
-}
-
 // Starts the run's total timer (timers only run with the timing debug bit).
 void StartRun(PartCtrl *ctrl) {
   if (ctrl->dbglvl & DBG_TIME) {
@@ -178,6 +148,13 @@ long long TotalWeight(int nvtxs, const int *vwgts) {
   return total;
 }
 
+// Releases the pool at the end of a call, also when a failure unwinds it (every task is over by
+// then: a failing group waits for all of its tasks before it passes the failure on).
+struct SchedulerOwner {
+  Scheduler *sched;
+  ~SchedulerOwner() { FreeScheduler__(sched); }
+};
+
 // Puts the setup into the control record; returns the scheduler to release (null when serial).
 Scheduler *ApplySetup(PartCtrl *ctrl, const RunSetup &setup, int nvtxs, const int *vwgts) {
   if (setup.imbalance > 0) {
@@ -207,11 +184,11 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   // records grow with the parts each vertex touches, not with the number of parts.
   ctrl.KwayRefine = kway_refine && (nparts <= 64 || setup.imbalance > 0) ? 1 : 0;
   ValidateControl(&ctrl, nparts, ubfactor);
-  ValidateHypergraph(nvtxs, nhedges, eptr, eind);
-  ValidateWeights(nvtxs, nhedges, vwgts, eptr, hewgts);
-  if (ctrl.Fixed) ValidateParts(nvtxs, part, -1, nparts - 1, "the fixed part");
+  ValidateHypergraph__(nvtxs, nhedges, eptr, eind);
+  ValidateWeights__(nvtxs, nhedges, vwgts, eptr, hewgts);
+  if (ctrl.Fixed) ValidateParts__(nvtxs, part, -1, nparts - 1, "the fixed part");
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
-  Scheduler *sched = ApplySetup(&ctrl, setup, nvtxs, vwgts);
+  const SchedulerOwner sched{ApplySetup(&ctrl, setup, nvtxs, vwgts)};
 
   StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
@@ -221,7 +198,6 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   if (edgecut) *edgecut = cut;
   stoptimer__(&ctrl, ctrl.MultilevelTmr);
   FinishRun(&ctrl, graph);
-  FreeScheduler__(sched);
 }
 
 // The bounded-imbalance mode after the best trial: every level was held to the bound, but
@@ -246,10 +222,10 @@ void PartKway(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int
     errexit__(
         "HYPRA_PartKway: fixed vertices (options[6] = 1) are not supported by direct "
         "k-way partitioning; use HYPRA_PartRecursive.\n");
-  ValidateHypergraph(nvtxs, nhedges, eptr, eind);
-  ValidateWeights(nvtxs, nhedges, vwgts, eptr, hewgts);
+  ValidateHypergraph__(nvtxs, nhedges, eptr, eind);
+  ValidateWeights__(nvtxs, nhedges, vwgts, eptr, hewgts);
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
-  Scheduler *sched = ApplySetup(&ctrl, setup, nvtxs, vwgts);
+  const SchedulerOwner sched{ApplySetup(&ctrl, setup, nvtxs, vwgts)};
 
   StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
@@ -265,7 +241,6 @@ void PartKway(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int
   if (objective) *objective = best;
   stoptimer__(&ctrl, ctrl.MultilevelTmr);
   FinishRun(&ctrl, graph);
-  FreeScheduler__(sched);
 }
 
 // The size of the parameters record before `imbalance` joined it: a caller built against that
@@ -324,11 +299,11 @@ bool BoundInfeasible(int nvtxs, int nhedges, const int *vwgts, const int *eptr, 
                      const int *hewgts, const HYPRA_Params *params, double imbalance) {
   const int nparts = params->nparts;
   if (nparts < 2) return false;  // the run reports it
-  ValidateHypergraph(nvtxs, nhedges, eptr, eind);
-  ValidateWeights(nvtxs, nhedges, vwgts, eptr, hewgts);
+  ValidateHypergraph__(nvtxs, nhedges, eptr, eind);
+  ValidateWeights__(nvtxs, nhedges, vwgts, eptr, hewgts);
   // Only recursive bisection honours fixed vertices; the direct path refuses them itself.
   const int *fixed = params->method == HYPRA_RECURSIVE ? params->fixed : nullptr;
-  if (fixed != nullptr) ValidateParts(nvtxs, fixed, -1, nparts - 1, "the fixed part");
+  if (fixed != nullptr) ValidateParts__(nvtxs, fixed, -1, nparts - 1, "the fixed part");
   const int bound = PartWeightBound__(TotalWeight(nvtxs, vwgts), nparts, imbalance);
   return BoundOutOfReach(nvtxs, vwgts, fixed, nparts, bound);
 }
@@ -396,9 +371,11 @@ extern "C" void HYPRA_DefaultParams(HYPRA_Params *params) {
   params->imbalance = 0.0;
 }
 
-extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
-                               const int *eind, const int *hewgts, const HYPRA_Params *params,
-                               int *part, int *objective) {
+namespace {
+
+int PartitionWithParams(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                        const int *eind, const int *hewgts, const HYPRA_Params *params, int *part,
+                        int *objective) {
   if (params == nullptr) errexit__("HYPRA_Partition: the parameters record is missing.");
   if (!KnownParamsSize(params->size))
     errexit__(
@@ -413,9 +390,20 @@ extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const i
   const double imbalance = ImbalanceOf(params);
   if (!(imbalance >= 0 && imbalance < 1))
     errexit__("HYPRA_Partition: imbalance should be 0 or between 0 and 1, not %g.", imbalance);
-  if (imbalance > 0 &&
-      BoundInfeasible(nvtxs, nhedges, vwgts, eptr, eind, hewgts, params, imbalance))
-    return HYPRA_ERROR_BALANCE;
+  if (imbalance > 0) {
+    // The bound is checked on arrays known to be sound.
+    ValidateHypergraph__(nvtxs, nhedges, eptr, eind);
+    ValidateWeights__(nvtxs, nhedges, vwgts, eptr, hewgts);
+    if (params->fixed != nullptr)
+      ValidateParts__(nvtxs, params->fixed, -1, params->nparts - 1, "the fixed part");
+    if (BoundInfeasible(nvtxs, nhedges, vwgts, eptr, eind, hewgts, params, imbalance)) {
+      SetLastError__(
+          "HYPRA_Partition: the imbalance bound %g cannot be met: a vertex, or the vertices "
+          "fixed to one part, weigh more than a part may",
+          imbalance);
+      return HYPRA_ERROR_BALANCE;
+    }
+  }
   if (params->fixed != nullptr && nvtxs > 0) {
     if (part == nullptr) errexit__("HYPRA: the part array is missing.");
     if (params->fixed != part) icopy__(nvtxs, params->fixed, part);
@@ -458,11 +446,28 @@ extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const i
     PartRecursive(run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, params->nparts, params->ubfactor,
                   options, part, objective, true, setup);
   FreeRunState__(&own);
-  if (imbalance > 0 &&
-      BoundBroken(nvtxs, vwgts, part, params->nparts,
-                  PartWeightBound__(TotalWeight(nvtxs, vwgts), params->nparts, imbalance)))
+  const int bound = imbalance > 0
+                        ? PartWeightBound__(TotalWeight(nvtxs, vwgts), params->nparts, imbalance)
+                        : 0;
+  if (imbalance > 0 && BoundBroken(nvtxs, vwgts, part, params->nparts, bound)) {
+    SetLastError__(
+        "HYPRA_Partition: the imbalance bound %g cannot be met: no partition found keeps every "
+        "part at most %d",
+        imbalance, bound);
     return HYPRA_ERROR_BALANCE;
+  }
   return HYPRA_OK;
+}
+
+}  // namespace
+
+extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                               const int *eind, const int *hewgts, const HYPRA_Params *params,
+                               int *part, int *objective) {
+  return RunTrapped__([&] {
+    return PartitionWithParams(nvtxs, nhedges, vwgts, eptr, eind, hewgts, params, part,
+                               objective);
+  });
 }
 
 extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
@@ -472,9 +477,9 @@ extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const
   PartCtrl ctrl = MakeControl(2, ubfactor, options, false);
   ctrl.run = &shared.run;
   ctrl.TargetFrac = 0.5f;
-  ValidateHypergraph(nvtxs, nhedges, eptr, eind);
-  ValidateWeights(nvtxs, nhedges, vwgts, eptr, hewgts);
-  ValidateParts(nvtxs, part, 0, 1, "the side");
+  ValidateHypergraph__(nvtxs, nhedges, eptr, eind);
+  ValidateWeights__(nvtxs, nhedges, vwgts, eptr, hewgts);
+  ValidateParts__(nvtxs, part, 0, 1, "the side");
 
   StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);

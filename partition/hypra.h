@@ -28,11 +28,13 @@
  *               8 one summary per bisection, 16 one line per run, 32 timers,
  *               128 detailed trace, 256 every vertex move                    (default 0)
  *
- * Errors: these routines return no error code, except that HYPRA_Partition reports a balance
- * bound it cannot meet (HYPRA_ERROR_BALANCE, below). Invalid arguments (for example
- * nparts < 2, a UBfactor outside 1..49, an option out of range, a pin outside 0..nvtxs-1, a
- * fixed part outside -1..nparts-1) and exhausted memory print a message to standard error and
- * END THE PROCESS with exit status 0. Validate untrusted input before calling.
+ * Errors: the entry points that take an options vector (HYPRA_PartRecursive,
+ * HYPRA_PartRecursiveInternal, HYPRA_PartKway, HYPRA_2WayRefine) return no error code: invalid
+ * arguments (for example nparts < 2, a UBfactor outside 1..49, an option out of range, a pin
+ * outside 0..nvtxs-1, a fixed part outside -1..nparts-1) and exhausted memory print a message to
+ * standard error and END THE PROCESS with exit status 0. HYPRA_Partition and every function
+ * declared after it return a status instead, never end the process and print nothing unless
+ * asked (see HYPRA_OK and HYPRA_LastError below): use them with untrusted input.
  *
  * Threads: every call keeps its state to itself, so calls may run on several threads at once.
  * The entry points below that take an options vector continue one random sequence per thread

@@ -1,9 +1,46 @@
 // Multilevel recursive partitioning: recursion over parts, multilevel bisection, fixed vertices.
 #pragma once
 
+#include <new>
+
 #include "core/core.h"
 
 namespace hypra {
+
+// Checks of a caller's arrays; a problem goes through errexit__ with a message naming it.
+void ValidateHypergraph__(int nvtxs, int nhedges, const int *eptr, const int *eind);
+void ValidateWeights__(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                       const int *hewgts);
+void ValidateParts__(int nvtxs, const int *part, int lo, int hi, const char *what);
+
+// A library call that reports failure instead of ending the process (see FailureTrap): body
+// returns a status; a fatal error inside it becomes its status, with everything the call
+// allocated released. The message of a failure is kept for HYPRA_LastError (body sets its own
+// with SetLastError__ when it returns a failure itself).
+void SetLastError__(const char *format, ...) __attribute__((format(printf, 1, 2)));
+template <typename Body>
+int RunTrapped__(Body &&body) {
+  FailureTrap trap;
+  FailureTrap *const outer = CurrentTrap__();
+  SetCurrentTrap__(&trap);
+  SetLastError__("%s", "");
+  int status = 0;
+  bool failed = true;
+  try {
+    status = body();
+    failed = false;
+  } catch (const CallFailed &) {
+    status = trap.status;
+  } catch (const std::bad_alloc &) {
+    status = kFailedMemory;
+  }
+  SetCurrentTrap__(outer);
+  if (failed) {
+    ReleaseTrappedMemory__(&trap);
+    SetLastError__("%s", trap.message[0] != '\0' ? trap.message : "out of memory");
+  }
+  return status;
+}
 
 int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part);
 // Reseeds the sequence that the library's entry points continue on this thread (the two-way
