@@ -33,10 +33,13 @@ libdir=$(dirname "$static")
 # its own dependencies do not provide.
 others=$(nm -D --defined-only "$shared" | awk '{print $3}' | grep -v '^HYPRA_' || true)
 [ -z "$others" ] || fail "libhypra.so exports more than the entry points:"$'\n'"$others"
-for f in HYPRA_PartRecursive HYPRA_Partition HYPRA_DefaultParams HYPRA_PartKway; do
-  nm -D --defined-only "$shared" | awk '{print $3}' | grep -qx "$f" ||
-    fail "libhypra.so does not export $f"
-done
+# ... and every function the header declares.
+declared=$(tr '\n' ' ' <"$prefix/include/hypra.h" | grep -o -E 'HYPRA_API[^;(]*\bHYPRA_[A-Za-z0-9_]+ *\(' |
+           grep -o -E 'HYPRA_[A-Za-z0-9_]+ *\($' | tr -d ' (' | sort -u)
+[ "$(wc -l <<<"$declared")" -ge 5 ] || fail "cannot read the declarations of hypra.h"
+exported=$(nm -D --defined-only "$shared" | awk '{print $3}' | sort -u)
+missing=$(comm -23 <(echo "$declared") <(echo "$exported"))
+[ -z "$missing" ] || fail "libhypra.so does not export:"$'\n'"$missing"
 if ldd -r "$shared" 2>&1 | grep -q 'undefined symbol'; then
   fail "libhypra.so has unresolved symbols:"$'\n'"$(ldd -r "$shared" 2>&1 | grep 'undefined symbol')"
 fi

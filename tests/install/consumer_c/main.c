@@ -1,6 +1,7 @@
 /*
  * Partitions a ring of four blocks through the installed library, once with the options vector
- * and once with a parameters record on two threads, and checks both cuts.
+ * and once with a parameters record on two threads, and checks both cuts against the optimum
+ * and the library's own measurement.
  *
  * Each block of 4 vertices is held together by a 4-pin hyperedge of weight 2 and a cycle of
  * 2-pin hyperedges; one 2-pin hyperedge joins each block to the next. The best bisection cuts the
@@ -8,6 +9,7 @@
  */
 #include <hypra.h>
 #include <stdio.h>
+#include <string.h>
 
 #define NVTXS 16
 #define NHEDGES 24
@@ -51,6 +53,13 @@ int main(void) {
   params.seed = 7;
   params.threads = 2;
   if (HYPRA_Partition(NVTXS, NHEDGES, NULL, eptr, eind, hewgts, &params, part, &cut4) != HYPRA_OK)
+    return 1;
+
+  /* The library measures the cut it reported, and is the version this header describes. */
+  HYPRA_Metrics metrics;
+  if (HYPRA_ComputeMetrics(NVTXS, NHEDGES, NULL, eptr, eind, hewgts, 4, part, NULL, &metrics) !=
+          HYPRA_OK ||
+      metrics.cut != cut4 || strcmp(HYPRA_Version(), HYPRA_VERSION_STRING) != 0)
     return 1;
 
   printf("cut %d, 4-way cut %d\n", cut2, cut4);
