@@ -195,6 +195,8 @@ int main(int argc, char *argv[]) {
                   args.imbalance, bound);
     Fail(args.program, message);
   }
+  // Memory run out, or a limit of the engine reached: the library says which.
+  if (status != HYPRA_OK) Fail(args.program, HYPRA_LastError());
 
   std::vector<long long> pwgts(static_cast<size_t>(args.nparts));
   RunFigures figures{};

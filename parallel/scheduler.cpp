@@ -112,10 +112,14 @@ void RunTasks__(Scheduler *sched, int n, void (*task)(void *context, int i), voi
   std::unique_lock<std::mutex> lock(sched->mutex);
   // Out of memory for the queue, the caller runs what it could not queue itself: every task
   // queued refers to this frame's group, so nothing may leave it before they are all done.
+  // A failed allocation may also come back as the library's own failure (a trap's exception):
+  // it is passed on, like a task's, once the group is over.
   int queued = 1;
+  std::exception_ptr queue_error;
   try {
     for (; queued < n; queued++) sched->queue.push_back(Task{task, context, queued, &group, trap});
-  } catch (const std::bad_alloc &) {
+  } catch (...) {
+    queue_error = std::current_exception();
   }
   if (queued > 1) sched->changed.notify_all();
   RunOne(sched, lock, Task{task, context, 0, &group, trap});
@@ -131,6 +135,7 @@ void RunTasks__(Scheduler *sched, int n, void (*task)(void *context, int i), voi
     }
   }
   if (group.error) std::rethrow_exception(group.error);
+  if (queue_error && trap != nullptr) std::rethrow_exception(queue_error);
 }
 
 }  // namespace hypra

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Lists the tests that a ctest run skipped, each with the reason it gave (the text GoogleTest
-# prints after "Skipped"), from the run's log (BUILD/Testing/Temporary/LastTest.log).
+# prints after "Skipped", or the reason in pytest's -rs summary), from the run's log
+# (BUILD/Testing/Temporary/LastTest.log).
 set -euo pipefail
 log="${1:?usage: tools/list_skips.sh BUILD/Testing/Temporary/LastTest.log}"
 [ -f "$log" ] || { echo "No test log at $log."; exit 0; }
@@ -9,6 +10,13 @@ awk '
   /: Skipped$/ { grab = 1; next }
   grab && /^\[  SKIPPED \]/ { grab = 0; next }
   grab { reason = reason (reason == "" ? "" : " ") $0; next }
+  /^SKIPPED \[[0-9]+\] / {
+    # pytest -rs: "SKIPPED [N] FILE:LINE: reason"
+    line = $0
+    sub(/^SKIPPED \[[0-9]+\] [^ ]*: /, "", line)
+    reason = reason (reason == "" ? "" : "; ") line
+    next
+  }
   /^Skip regular expression found in output/ {
     order[n++] = name
     why[name] = reason == "" ? "(no reason given)" : reason
