@@ -6,8 +6,8 @@
 #pragma once
 
 #include <atomic>
-#include <cstdarg>
 #include <climits>
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -256,7 +256,7 @@ struct FailureTrap {
   int status;         // 0, or the status of the first failure
   char message[512];  // its message, without the trailing newline
   struct Blocks;
-  Blocks *blocks;     // the arrays allocated and not yet released
+  Blocks *blocks;  // the arrays allocated and not yet released
   FailureTrap();
   ~FailureTrap();
   FailureTrap(const FailureTrap &) = delete;

@@ -373,9 +373,8 @@ extern "C" void HYPRA_DefaultParams(HYPRA_Params *params) {
 
 namespace {
 
-int PartitionWithParams(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
-                        const int *eind, const int *hewgts, const HYPRA_Params *params, int *part,
-                        int *objective) {
+int PartitionWithParams(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
+                        const int *hewgts, const HYPRA_Params *params, int *part, int *objective) {
   if (params == nullptr) errexit__("HYPRA_Partition: the parameters record is missing.");
   if (!KnownParamsSize(params->size))
     errexit__(
@@ -446,9 +445,8 @@ int PartitionWithParams(int nvtxs, int nhedges, const int *vwgts, const int *ept
     PartRecursive(run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, params->nparts, params->ubfactor,
                   options, part, objective, true, setup);
   FreeRunState__(&own);
-  const int bound = imbalance > 0
-                        ? PartWeightBound__(TotalWeight(nvtxs, vwgts), params->nparts, imbalance)
-                        : 0;
+  const int bound =
+      imbalance > 0 ? PartWeightBound__(TotalWeight(nvtxs, vwgts), params->nparts, imbalance) : 0;
   if (imbalance > 0 && BoundBroken(nvtxs, vwgts, part, params->nparts, bound)) {
     SetLastError__(
         "HYPRA_Partition: the imbalance bound %g cannot be met: no partition found keeps every "
@@ -465,8 +463,7 @@ extern "C" int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const i
                                const int *eind, const int *hewgts, const HYPRA_Params *params,
                                int *part, int *objective) {
   return RunTrapped__([&] {
-    return PartitionWithParams(nvtxs, nhedges, vwgts, eptr, eind, hewgts, params, part,
-                               objective);
+    return PartitionWithParams(nvtxs, nhedges, vwgts, eptr, eind, hewgts, params, part, objective);
   });
 }
 

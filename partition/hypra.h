@@ -150,7 +150,7 @@ HYPRA_API void HYPRA_DefaultParams(HYPRA_Params *params);
  */
 #define HYPRA_OK 0            /* done */
 #define HYPRA_ERROR_ARGS 1    /* an argument is invalid (a count, a pin, a weight, a setting) */
-#define HYPRA_ERROR_BALANCE 2 /* imbalance > 0 and no partition found keeps every part within it */
+#define HYPRA_ERROR_BALANCE 2 /* imbalance > 0 and no partition found keeps parts within it */
 #define HYPRA_ERROR_INPUT 3   /* a file cannot be read or is not valid in its format */
 #define HYPRA_ERROR_MEMORY 4  /* memory ran out */
 
@@ -193,13 +193,12 @@ HYPRA_API int HYPRA_Partition(int nvtxs, int nhedges, const int *vwgts, const in
                               const int *eind, const int *hewgts, const HYPRA_Params *params,
                               int *part, int *objective);
 
-
 /* Hypergraph file formats for HYPRA_ReadHypergraph. */
-#define HYPRA_FORMAT_AUTO (-1)     /* by the file's extension: .mtx, .patoh, else hgr */
-#define HYPRA_FORMAT_HGR 0         /* "nhedges nvtxs [fmt]", then one line of pins per hyperedge */
-#define HYPRA_FORMAT_MTX_COLNET 1  /* Matrix Market: rows are vertices, columns hyperedges */
-#define HYPRA_FORMAT_MTX_ROWNET 2  /* Matrix Market: rows are hyperedges, columns vertices */
-#define HYPRA_FORMAT_PATOH 3       /* "base cells nets pins [scheme [constraints]]", nets, weights */
+#define HYPRA_FORMAT_AUTO (-1)    /* by the file's extension: .mtx, .patoh, else hgr */
+#define HYPRA_FORMAT_HGR 0        /* "nhedges nvtxs [fmt]", then one line of pins per hyperedge */
+#define HYPRA_FORMAT_MTX_COLNET 1 /* Matrix Market: rows are vertices, columns hyperedges */
+#define HYPRA_FORMAT_MTX_ROWNET 2 /* Matrix Market: rows are hyperedges, columns vertices */
+#define HYPRA_FORMAT_PATOH 3      /* "base cells nets pins [scheme [constraints]]", nets, weights */
 
 /* A hypergraph in the arrays every entry point takes; filled by HYPRA_ReadHypergraph, released
    by HYPRA_FreeHypergraph. */
@@ -235,9 +234,8 @@ typedef struct HYPRA_Metrics {
    receives the nparts part weights. HYPRA_ERROR_ARGS for a part out of range or a malformed
    hypergraph. */
 HYPRA_API int HYPRA_ComputeMetrics(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
-                                   const int *eind, const int *hewgts, int nparts,
-                                   const int *part, long long *part_weights,
-                                   HYPRA_Metrics *metrics);
+                                   const int *eind, const int *hewgts, int nparts, const int *part,
+                                   long long *part_weights, HYPRA_Metrics *metrics);
 
 #ifdef __cplusplus
 }
