@@ -20,12 +20,8 @@ using driver_test::RunProgram;
 using driver_test::RunResult;
 using driver_test::ScratchDir;
 
-std::string Program() {
-  return std::string(HYPRA_BINARY_DIR) + "/hypra-advanced";
-}
-
 RunResult RunAdvanced(const std::vector<std::string> &args, const std::string &cwd) {
-  return RunProgram(args, cwd, Program());
+  return RunProgram(args, cwd, driver_test::AdvancedProgramPath());
 }
 
 // A grid-like netlist of n vertices: each hyperedge joins a vertex with its next neighbours, so

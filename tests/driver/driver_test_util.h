@@ -1,6 +1,7 @@
 // Helpers for the driver tests: scratch directories, small files and running the program.
 #pragma once
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -66,9 +67,16 @@ inline std::string ProgramPath() {
   return std::string(HYPRA_BINARY_DIR) + "/hypra";
 }
 
-// Runs a program (by default the built one) with the given arguments in directory cwd.
+inline std::string AdvancedProgramPath() {
+  return std::string(HYPRA_BINARY_DIR) + "/hypra-advanced";
+}
+
+// Runs a program (by default the built one) with the given arguments in directory cwd; with a
+// positive address_limit its address space is limited to that many bytes, and a run that hangs
+// is ended by a signal after two minutes.
 inline RunResult RunProgram(const std::vector<std::string> &args, const std::string &cwd,
-                            const std::string &program = ProgramPath()) {
+                            const std::string &program = ProgramPath(),
+                            long long address_limit = 0) {
   ScratchDir capture;
   const std::string outfile = capture.File("stdout"), errfile = capture.File("stderr");
   std::fflush(nullptr);
@@ -77,6 +85,11 @@ inline RunResult RunProgram(const std::vector<std::string> &args, const std::str
     if (chdir(cwd.c_str()) != 0) _exit(127);
     if (!std::freopen(outfile.c_str(), "w", stdout) || !std::freopen(errfile.c_str(), "w", stderr))
       _exit(127);
+    if (address_limit > 0) {
+      const rlimit lim{static_cast<rlim_t>(address_limit), static_cast<rlim_t>(address_limit)};
+      if (setrlimit(RLIMIT_AS, &lim) != 0) _exit(126);
+      alarm(120);
+    }
     std::vector<char *> argv;
     argv.push_back(const_cast<char *>(program.c_str()));
     for (const auto &a : args) argv.push_back(const_cast<char *>(a.c_str()));

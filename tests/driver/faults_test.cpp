@@ -3,9 +3,6 @@
 // hyperedge with a million pins, one vertex in 200,000 hyperedges) partition correctly; and a
 // problem whose k-way records would not fit an int is refused with a message.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -34,37 +31,13 @@ std::string Hypra() {
   return std::string(HYPRA_BINARY_DIR) + "/hypra";
 }
 std::string Advanced() {
-  return std::string(HYPRA_BINARY_DIR) + "/hypra-advanced";
+  return driver_test::AdvancedProgramPath();
 }
 
 // Runs program with its address space limited to limit bytes.
 RunResult RunLimited(const std::string &program, const std::vector<std::string> &args,
                      const std::string &cwd, long long limit) {
-  ScratchDir capture;
-  const std::string outfile = capture.File("stdout"), errfile = capture.File("stderr");
-  std::fflush(nullptr);
-  const pid_t pid = fork();
-  if (pid == 0) {
-    if (chdir(cwd.c_str()) != 0) _exit(127);
-    if (!std::freopen(outfile.c_str(), "w", stdout) || !std::freopen(errfile.c_str(), "w", stderr))
-      _exit(127);
-    const rlimit lim{static_cast<rlim_t>(limit), static_cast<rlim_t>(limit)};
-    if (setrlimit(RLIMIT_AS, &lim) != 0) _exit(126);
-    alarm(120);  // a run that hangs ends by a signal, which the test reports
-    std::vector<char *> argv;
-    argv.push_back(const_cast<char *>(program.c_str()));
-    for (const auto &a : args) argv.push_back(const_cast<char *>(a.c_str()));
-    argv.push_back(nullptr);
-    execv(program.c_str(), argv.data());
-    _exit(127);
-  }
-  int wstatus = 0;
-  waitpid(pid, &wstatus, 0);
-  RunResult r;
-  r.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : -1;
-  r.out = ReadFile(outfile);
-  r.err = ReadFile(errfile);
-  return r;
+  return driver_test::RunProgram(args, cwd, program, limit);
 }
 
 // A circuit-like hypergraph: a ring of 3-pin hyperedges with chords, and every 50th hyperedge
