@@ -118,6 +118,7 @@ char *HyperedgeLine(FILE *fp, char *line, int i, long *lineno) {
 struct PinCount {
   long long pins;  // the bound on the number of pins
   long maxvtx;     // the largest token counted, so at least every vertex number read
+  long weightlines;  // the vertex weight lines present, at most the number of vertices
 };
 
 // Counts the tokens from the start of the line up to the first value below 1.
@@ -140,13 +141,18 @@ PinCount CountPins(const char *filename) {
   long lineno = 0;
   const Header h = ReadHeader(fp, line, filename, &lineno);
 
-  PinCount count{0, 0};
+  PinCount count{0, 0, 0};
   for (int i = 0; i < h.nhedges; i++) {
     HyperedgeLine(fp, line, i, &lineno);
     CountTokens(line, &count);
     // The weight token is counted with the vertices and taken off again.
     if (HasNetWeights(h.fmt)) count.pins--;
   }
+  // The weight lines are counted so that the weight array is sized by what the file holds: a
+  // short file announcing two billion weighted vertices must not reserve gigabytes first.
+  if (HasCellWeights(h.fmt))
+    while (count.weightlines < h.nvtxs && NextLine(fp, line, &lineno) != nullptr)
+      count.weightlines++;
   std::fclose(fp);
   RVfree__(&line);
 
@@ -222,10 +228,13 @@ HGraph *ReadHGraphChecked(const char *filename, int strict) {
 
   int *cellwgt = nullptr;
   if (HasCellWeights(h.fmt)) {
-    cellwgt = imalloc__(nvtxs, "main: cellwgt");
+    // When lines are missing the read ends at the first of them, so no more are stored.
+    const int stored = static_cast<int>(count.weightlines);
+    cellwgt = imalloc__(stored, "main: cellwgt");
     for (int i = 0; i < nvtxs; i++) {
       if (NextLine(fp, line, &lineno) == nullptr)
         errexit__("Weights from vertex %d onwards missing from the input file!\n", i);
+      if (i >= stored) errexit__("File %s changed while it was being read", filename);
       if (strict) RequireWholeInteger(line, "vertex weight", filename, lineno);
       cellwgt[i] = WeightValue(std::strtol(line, nullptr, 10), "vertex", i, filename);
     }

@@ -1,10 +1,22 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <string>
 #include <vector>
 
 #include "driver/driver.h"
 #include "driver_test_util.h"
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define HYPRA_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define HYPRA_SANITIZED 1
+#endif
+#endif
+#ifndef HYPRA_SANITIZED
+#define HYPRA_SANITIZED 0
+#endif
 
 using namespace hypra;
 
@@ -240,6 +252,28 @@ TEST(ReadHGraphDeathTest, HugeHyperedgeCountInAShortFileIsMissingData) {
   EXPECT_EXIT(ReadHGraph(dir.Write("tall.hgr", "2147483647 3\n1 2\n").c_str()),
               ::testing::ExitedWithCode(0),
               "^Data about hyperedge 1 missing from the input file!\n\n$");
+}
+
+// Reads the file with the address space limited to 256 MiB where the build allows a limit (a
+// sanitizer reserves terabytes of it), so that an allocation sized by the header alone fails.
+HGraph *ReadWithLittleMemory(const std::string &path) {
+#if !HYPRA_SANITIZED
+  const rlimit limit{256ull << 20, 256ull << 20};
+  setrlimit(RLIMIT_AS, &limit);
+#endif
+  return ReadHGraph(path.c_str());
+}
+
+TEST(ReadHGraphDeathTest, HugeWeightedVertexCountInAShortFileIsMissingWeights) {
+  ScratchDir dir;
+  // Two billion vertex weights announced, none given: the weight array is sized by the lines
+  // the file holds, so the read ends with the missing weights, not out of memory.
+  EXPECT_EXIT(ReadWithLittleMemory(dir.Write("heavy.hgr", "2 2000000002 10\n1 3\n5 1\n")),
+              ::testing::ExitedWithCode(0),
+              "^Weights from vertex 0 onwards missing from the input file!\n\n$");
+  EXPECT_EXIT(ReadWithLittleMemory(dir.Write("some.hgr", "2 2000000002 10\n1 3\n5 1\n4\n7\n")),
+              ::testing::ExitedWithCode(0),
+              "^Weights from vertex 2 onwards missing from the input file!\n\n$");
 }
 
 TEST(ReadHGraphDeathTest, EmptyHyperedgeIsTestedAfterTheNextLineIsRead) {
