@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <unordered_set>
 
 #include "driver/driver.h"
 
@@ -116,8 +117,8 @@ char *HyperedgeLine(FILE *fp, char *line, int i, long *lineno) {
 
 // What the first pass learns from the hyperedge lines.
 struct PinCount {
-  long long pins;  // the bound on the number of pins
-  long maxvtx;     // the largest token counted, so at least every vertex number read
+  long long pins;    // the bound on the number of pins
+  long maxvtx;       // the largest token counted, so at least every vertex number read
   long weightlines;  // the vertex weight lines present, at most the number of vertices
 };
 
@@ -196,9 +197,13 @@ HGraph *ReadHGraphChecked(const char *filename, int strict) {
   int *netwgt = HasNetWeights(h.fmt) ? imalloc__(nhedges, "main: netwgt") : nullptr;
   // marker[v] is the last hyperedge in which v was stored, so a repeated vertex is found in
   // constant time however long the hyperedge. It covers the vertex numbers the first pass saw,
-  // which a header announcing far more vertices than the file uses does not inflate.
+  // which a header announcing far more vertices than the file uses does not inflate. A file whose
+  // few pins name vertices in the billions would still make it huge; such a file finds its
+  // repeats in a set of the current hyperedge's vertices instead.
   const int nmarked = static_cast<int>(count.maxvtx < nvtxs ? count.maxvtx : nvtxs);
-  int *marker = ismalloc__(nmarked, -1, "ReadHGraph: marker");
+  const bool sparse = nmarked > 4 * count.pins + 4096;
+  int *marker = ismalloc__(sparse ? 0 : nmarked, -1, "ReadHGraph: marker");
+  std::unordered_set<long> inhedge;
 
   netptr[0] = 0;
   int npins = 0;
@@ -216,12 +221,15 @@ HGraph *ReadHGraphChecked(const char *filename, int strict) {
       p = end;
       if (v > nvtxs) errexit__("Mismatch between the provided and actual value of num_cells\n");
       if (v > nmarked) errexit__("File %s changed while it was being read", filename);
-      if (marker[v - 1] == i) continue;
+      if (sparse ? !inhedge.insert(v).second : marker[v - 1] == i) continue;
       if (npins >= bound) errexit__("Out of netind memory!");
-      marker[v - 1] = i;
+      if (!sparse) marker[v - 1] = i;
       netind[npins++] = static_cast<int>(v - 1);
     }
     netptr[i + 1] = npins;
+    // Emptied pin by pin: clearing the whole set would cost its largest size every time.
+    if (sparse)
+      for (int j = netptr[i]; j < npins; j++) inhedge.erase(netind[j] + 1L);
     // Only the hyperedge before the current one is tested, so the last one may stay empty.
     if (i >= 1 && netptr[i] == netptr[i - 1]) errexit__("Empty Hyperedge # %d\n", i);
   }

@@ -29,6 +29,26 @@ std::vector<int> Pins(const HGraph *g, int e) {
   return std::vector<int>(g->netind + g->netptr[e], g->netind + g->netptr[e + 1]);
 }
 
+// Reads the file with the address space limited to 256 MiB where the build allows a limit (a
+// sanitizer reserves terabytes of it), so that an allocation sized by the header alone fails.
+// Only the soft limit is lowered, and it is put back, so later tests in the process are not
+// affected.
+HGraph *ReadWithLittleMemory(const std::string &path) {
+#if HYPRA_SANITIZED
+  return ReadHGraph(path.c_str());
+#else
+  rlimit saved{};
+  getrlimit(RLIMIT_AS, &saved);
+  rlimit limit = saved;
+  if (limit.rlim_max == RLIM_INFINITY || limit.rlim_max > (256ull << 20))
+    limit.rlim_cur = 256ull << 20;
+  setrlimit(RLIMIT_AS, &limit);
+  HGraph *g = ReadHGraph(path.c_str());
+  setrlimit(RLIMIT_AS, &saved);
+  return g;
+#endif
+}
+
 TEST(ReadHGraph, TwoNumberHeaderAndCommentsEverywhere) {
   HGraph *g = ReadHGraph(DataPath("small.hgr").c_str());
   EXPECT_EQ(g->nhedges, 4);
@@ -247,21 +267,24 @@ TEST(ReadHGraph, HugeVertexCountInTheHeaderCostsNothingToRead) {
   FreeHGraph__(g);
 }
 
+TEST(ReadHGraph, FewPinsNamingVerticesInTheBillionsCostNothingToRead) {
+  ScratchDir dir;
+  // Repeats are still dropped, keeping first appearances, without an array over every vertex.
+  const std::string path =
+      dir.Write("far.hgr", "3 2000000000\n2000000000 7 2000000000 1999999999 7\n5 5\n2000000000\n");
+  HGraph *g = ReadWithLittleMemory(path);
+  ASSERT_EQ(g->nhedges, 3);
+  EXPECT_EQ(Pins(g, 0), (std::vector<int>{1999999999, 6, 1999999998}));
+  EXPECT_EQ(Pins(g, 1), (std::vector<int>{4}));
+  EXPECT_EQ(Pins(g, 2), (std::vector<int>{1999999999}));
+  FreeHGraph__(g);
+}
+
 TEST(ReadHGraphDeathTest, HugeHyperedgeCountInAShortFileIsMissingData) {
   ScratchDir dir;
   EXPECT_EXIT(ReadHGraph(dir.Write("tall.hgr", "2147483647 3\n1 2\n").c_str()),
               ::testing::ExitedWithCode(0),
               "^Data about hyperedge 1 missing from the input file!\n\n$");
-}
-
-// Reads the file with the address space limited to 256 MiB where the build allows a limit (a
-// sanitizer reserves terabytes of it), so that an allocation sized by the header alone fails.
-HGraph *ReadWithLittleMemory(const std::string &path) {
-#if !HYPRA_SANITIZED
-  const rlimit limit{256ull << 20, 256ull << 20};
-  setrlimit(RLIMIT_AS, &limit);
-#endif
-  return ReadHGraph(path.c_str());
 }
 
 TEST(ReadHGraphDeathTest, HugeWeightedVertexCountInAShortFileIsMissingWeights) {
