@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <unordered_set>
 
 #include "driver/driver.h"
 
@@ -119,20 +118,53 @@ char *HyperedgeLine(FILE *fp, char *line, int i, long *lineno) {
 struct PinCount {
   long long pins;    // the bound on the number of pins
   long maxvtx;       // the largest token counted, so at least every vertex number read
+  long maxline;      // the most tokens counted on one line
   long weightlines;  // the vertex weight lines present, at most the number of vertices
 };
 
 // Counts the tokens from the start of the line up to the first value below 1.
 void CountTokens(const char *line, PinCount *count) {
   const char *p = line;
+  long tokens = 0;
   for (;;) {
     char *end;
     const long value = std::strtol(p, &end, 10);
-    if (value < 1) return;
+    if (value < 1) break;
     count->pins++;
+    tokens++;
     if (value > count->maxvtx) count->maxvtx = value;
     p = end;
   }
+  if (tokens > count->maxline) count->maxline = tokens;
+}
+
+// The vertices stored so far in the current hyperedge, for a file whose vertex numbers are too
+// sparse for an array over all of them: open addressing in a table at least twice the longest
+// line, whose entries count as empty unless stamped with the current hyperedge, so that nothing
+// is cleared between hyperedges.
+struct SparsePinSet {
+  int *vertex;
+  int *stamp;
+  long long mask;
+};
+
+SparsePinSet NewSparsePinSet(long maxline) {
+  long long size = 2;
+  while (size < 2LL * maxline) size *= 2;
+  return SparsePinSet{imalloc__(size, "ReadHGraph: pin set"),
+                      ismalloc__(size, -1, "ReadHGraph: pin set stamps"), size - 1};
+}
+
+// Adds v to the set of hyperedge `hedge`; false when it was there already.
+bool AddToSparsePinSet(SparsePinSet *set, int v, int hedge) {
+  long long slot = (static_cast<unsigned>(v) * 2654435761u) & set->mask;
+  while (set->stamp[slot] == hedge) {
+    if (set->vertex[slot] == v) return false;
+    slot = (slot + 1) & set->mask;
+  }
+  set->stamp[slot] = hedge;
+  set->vertex[slot] = v;
+  return true;
 }
 
 // The first pass over the file: the header checks, then the hyperedge lines counted.
@@ -142,7 +174,7 @@ PinCount CountPins(const char *filename) {
   long lineno = 0;
   const Header h = ReadHeader(fp, line, filename, &lineno);
 
-  PinCount count{0, 0, 0};
+  PinCount count{0, 0, 0, 0};
   for (int i = 0; i < h.nhedges; i++) {
     HyperedgeLine(fp, line, i, &lineno);
     CountTokens(line, &count);
@@ -203,7 +235,7 @@ HGraph *ReadHGraphChecked(const char *filename, int strict) {
   const int nmarked = static_cast<int>(count.maxvtx < nvtxs ? count.maxvtx : nvtxs);
   const bool sparse = nmarked > 4 * count.pins + 4096;
   int *marker = ismalloc__(sparse ? 0 : nmarked, -1, "ReadHGraph: marker");
-  std::unordered_set<long> inhedge;
+  SparsePinSet pinset = sparse ? NewSparsePinSet(count.maxline) : SparsePinSet{nullptr, nullptr, 0};
 
   netptr[0] = 0;
   int npins = 0;
@@ -221,15 +253,13 @@ HGraph *ReadHGraphChecked(const char *filename, int strict) {
       p = end;
       if (v > nvtxs) errexit__("Mismatch between the provided and actual value of num_cells\n");
       if (v > nmarked) errexit__("File %s changed while it was being read", filename);
-      if (sparse ? !inhedge.insert(v).second : marker[v - 1] == i) continue;
+      if (sparse ? !AddToSparsePinSet(&pinset, static_cast<int>(v - 1), i) : marker[v - 1] == i)
+        continue;
       if (npins >= bound) errexit__("Out of netind memory!");
       if (!sparse) marker[v - 1] = i;
       netind[npins++] = static_cast<int>(v - 1);
     }
     netptr[i + 1] = npins;
-    // Emptied pin by pin: clearing the whole set would cost its largest size every time.
-    if (sparse)
-      for (int j = netptr[i]; j < npins; j++) inhedge.erase(netind[j] + 1L);
     // Only the hyperedge before the current one is tested, so the last one may stay empty.
     if (i >= 1 && netptr[i] == netptr[i - 1]) errexit__("Empty Hyperedge # %d\n", i);
   }
@@ -248,7 +278,7 @@ HGraph *ReadHGraphChecked(const char *filename, int strict) {
     }
   }
   std::fclose(fp);
-  RVfree__(&line, &marker);
+  RVfree__(&line, &marker, &pinset.vertex, &pinset.stamp);
   // Weights whose sums the partitioner could not hold in an int are refused here, with the
   // file's name, rather than overflowing later. Only weights the file gives are checked (no
   // vertex is counted without them); the entry points check the unit weights of the vertex count.
