@@ -13,6 +13,8 @@
 extern "C" [[noreturn]] void __real_exit(int status);
 extern "C" void *__real_malloc(size_t size);
 extern "C" void __real_free(void *ptr);
+extern "C" FILE *__real_fopen(const char *path, const char *mode);
+extern "C" int __real_fclose(FILE *fp);
 
 namespace fuzz {
 
@@ -30,6 +32,9 @@ namespace {
 // The library's arrays (malloc and free are wrapped too) allocated during the guarded call and
 // not yet released; after a jump back they are released here.
 std::unordered_set<void *> *live = nullptr;
+// Likewise the streams the library opened (fopen and fclose are wrapped): a stream holds memory
+// of the C library's own beside its descriptor, so it is closed as a stream, not by descriptor.
+std::unordered_set<FILE *> *streams = nullptr;
 constexpr int kMaxFd = 4096;
 bool open_before[kMaxFd];
 
@@ -50,6 +55,8 @@ void ForEachOpenFd(F fn) {
 void RememberOpenFiles() {
   if (live == nullptr) live = new std::unordered_set<void *>;
   live->clear();
+  if (streams == nullptr) streams = new std::unordered_set<FILE *>;
+  streams->clear();
   for (bool &b : open_before) b = false;
   ForEachOpenFd([](int fd) { open_before[fd] = true; });
 }
@@ -61,6 +68,10 @@ void ReleaseAllocatedSince() {
 }
 
 void CloseFilesOpenedSince() {
+  if (streams != nullptr) {
+    for (FILE *fp : *streams) __real_fclose(fp);
+    streams->clear();
+  }
   std::vector<int> opened;
   ForEachOpenFd([&](int fd) {
     if (!open_before[fd]) opened.push_back(fd);
@@ -123,6 +134,17 @@ extern "C" void *__wrap_malloc(size_t size) {
 extern "C" void __wrap_free(void *ptr) {
   if (ptr != nullptr && fuzz::live != nullptr) fuzz::live->erase(ptr);
   __real_free(ptr);
+}
+
+extern "C" FILE *__wrap_fopen(const char *path, const char *mode) {
+  FILE *fp = __real_fopen(path, mode);
+  if (fuzz::exit_armed && fp != nullptr && fuzz::streams != nullptr) fuzz::streams->insert(fp);
+  return fp;
+}
+
+extern "C" int __wrap_fclose(FILE *fp) {
+  if (fp != nullptr && fuzz::streams != nullptr) fuzz::streams->erase(fp);
+  return __real_fclose(fp);
 }
 
 // Every call of exit in the linked objects comes here; during a guarded call it returns to the
