@@ -8,10 +8,10 @@ namespace hypra {
 namespace {
 
 // The run's candidate lists: one for the free grouping routines, one for the restricted ones.
-CandidateList &FreeList(PartCtrl *ctrl) {
+CandidateList &FreeList(const PartCtrl *ctrl) {
   return ctrl->run->lists[0];
 }
-CandidateList &RestrictedList(PartCtrl *ctrl) {
+CandidateList &RestrictedList(const PartCtrl *ctrl) {
   return ctrl->run->lists[1];
 }
 
@@ -64,12 +64,12 @@ int Scan(int v, const Incidence &g, int *htable, CandidateList &s, UseNet useNet
 
 // The capacity left to v, wide enough that no weight can overflow it.
 long long Room(const PartCtrl *ctrl, const int *cellwgt, int v) {
-  return static_cast<long long>(ctrl->MaxCellWgt) - cellwgt[v];
+  return static_cast<long long>(ctrl->run->now.MaxCellWgt) - cellwgt[v];
 }
 
 // Pairing: ungrouped candidates that fit; the strictly lighter wins a tie.
 template <typename UseNet, typename Extra>
-int PairCandidate(PartCtrl *ctrl, int v, const Incidence &g, const int *cellmap, int *htable,
+int PairCandidate(const PartCtrl *ctrl, int v, const Incidence &g, const int *cellmap, int *htable,
                   CandidateList &s, UseNet useNet, Extra extra) {
   const long long room = Room(ctrl, g.cellwgt, v);
   const int *cellwgt = g.cellwgt;
@@ -83,7 +83,7 @@ int PairCandidate(PartCtrl *ctrl, int v, const Incidence &g, const int *cellmap,
 // Stars: candidates whose own weight and group weight fit; on a tie an already grouped best
 // gives way to the later candidate.
 template <typename UseNet, typename Extra>
-int StarCandidate(PartCtrl *ctrl, int v, const Incidence &g, const int *cellmap, int *htable,
+int StarCandidate(const PartCtrl *ctrl, int v, const Incidence &g, const int *cellmap, int *htable,
                   const int *gwgts, CandidateList &s, UseNet useNet, Extra extra) {
   const long long room = Room(ctrl, g.cellwgt, v);
   const int *cellwgt = g.cellwgt;
@@ -115,37 +115,37 @@ auto SamePart(const int *where, int v) {
 
 }  // namespace
 
-int FindCell__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
+int FindCell__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
                const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
                int *htable) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
   return PairCandidate(ctrl, v, g, cellmap, htable, FreeList(ctrl), AllNets(), NoExtra());
 }
 
-int FindCellStar__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
-                   const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
-                   int *htable, const int *gwgts) {
+int FindCellStar__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind,
+                   const int *netptr, const int *netind, const int *cellwgt, const float *edgewgt,
+                   const int *cellmap, int *htable, const int *gwgts) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
   return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, FreeList(ctrl), AllNets(), NoExtra());
 }
 
-int CFindCell__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
-                const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
-                const int *where, int *htable) {
+int CFindCell__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind,
+                const int *netptr, const int *netind, const int *cellwgt, const float *edgewgt,
+                const int *cellmap, const int *where, int *htable) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
   return PairCandidate(ctrl, v, g, cellmap, htable, RestrictedList(ctrl), SmallNets(ctrl, netptr),
                        SamePart(where, v));
 }
 
-int CFindCellStar__(PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
-                    const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
-                    const int *where, int *htable, const int *gwgts) {
+int CFindCellStar__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind,
+                    const int *netptr, const int *netind, const int *cellwgt, const float *edgewgt,
+                    const int *cellmap, const int *where, int *htable, const int *gwgts) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
   return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, RestrictedList(ctrl),
                        SmallNets(ctrl, netptr), SamePart(where, v));
 }
 
-int ComputeAllWeights__(PartCtrl *ctrl, HGraph *graph, int *keys, int *htable) {
+int ComputeAllWeights__(const PartCtrl *ctrl, HGraph *graph, int *keys, int *htable) {
   const Incidence g{graph->incptr, graph->incind,  graph->netptr,
                     graph->netind, graph->cellwgt, graph->edgewgt};
   const float *edgewgt = graph->edgewgt;

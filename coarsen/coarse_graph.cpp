@@ -172,8 +172,8 @@ void BuildIncidence(const HGraph *graph, HGraph *coarser, int *htable) {
 
 }  // namespace
 
-void CreateCoarseHGraph__(PartCtrl *ctrl, HGraph *graph, int cnvtxs) {
-  starttimer__(ctrl, ctrl->AuxTmr2);
+void CreateCoarseHGraph__(const PartCtrl *ctrl, HGraph *graph, int cnvtxs) {
+  starttimer__(ctrl, ctrl->run->time.AuxTmr2);
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
 
   RVfree__(&graph->netmap);
@@ -218,7 +218,7 @@ void CreateCoarseHGraph__(PartCtrl *ctrl, HGraph *graph, int cnvtxs) {
   iset__(hsize, -1, htable);
   BuildIncidence(graph, coarser, htable);
   RVfree__(&htable);
-  stoptimer__(ctrl, ctrl->AuxTmr2);
+  stoptimer__(ctrl, ctrl->run->time.AuxTmr2);
 }
 
 void CollapseSameHEdges__(int nhedges, int *netptr, int *netind, int *netwgt, int *newnhedges,

@@ -49,7 +49,7 @@ void PrintSlowProgress(const PartCtrl *ctrl, int nvtxs) {
 // The grouping schemes, by CType. Codes 1 to 5 are the ones a caller may choose; 6 and 7 are the
 // hyperedge-only variants kept for the engine's own use. The hyperedge schemes fall back to plain
 // pairs once progress has been slow.
-using GroupStep = void (*)(PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool slow);
+using GroupStep = void (*)(const PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool slow);
 
 struct SchemeEntry {
   int ctype;
@@ -57,8 +57,8 @@ struct SchemeEntry {
   GroupStep group;
 };
 
-template <void (*Hedges)(PartCtrl *, HGraph *, int *, int *, KeyValue *)>
-void HedgesUntilSlow(PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool slow) {
+template <void (*Hedges)(const PartCtrl *, HGraph *, int *, int *, KeyValue *)>
+void HedgesUntilSlow(const PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool slow) {
   if (slow)
     Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
   else
@@ -68,20 +68,20 @@ void HedgesUntilSlow(PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool slow) 
 constexpr SchemeEntry kSchemes[] = {
     // Connection strength for the first four levels built, degree from then on.
     {1, "HFC",
-     [](PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool) {
+     [](const PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool) {
        Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, built < 4 ? 1 : 0);
      }},
     {2, "FC",
-     [](PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool) {
+     [](const PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool) {
        Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, 0);
      }},
     {3, "GFC",
-     [](PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool) {
+     [](const PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool) {
        Match_EdgesStars__(ctrl, graph, s.perm, s.htable, s.vpairs, 1);
      }},
     {4, "HEDGE", HedgesUntilSlow<Match_Hedges_PHedges_Edges__>},
     {5, "EDGE",
-     [](PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool) {
+     [](const PartCtrl *ctrl, HGraph *graph, Scratch &s, int, bool) {
        Match_Edges__(ctrl, graph, s.perm, s.htable, s.vpairs);
      }},
     {6, "HEDGE-ONLY", HedgesUntilSlow<Match_Hedges__>},
@@ -96,20 +96,20 @@ const SchemeEntry *FindScheme(int ctype) {
 }
 
 // Runs the scheme that CType selects for the current level.
-void GroupLevel(PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool slow) {
-  const SchemeEntry *scheme = FindScheme(ctrl->CType);
-  if (scheme == nullptr) errexit__("Unknown matching type! %d\n", ctrl->CType);
+void GroupLevel(const PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool slow) {
+  const SchemeEntry *scheme = FindScheme(ctrl->run->now.CType);
+  if (scheme == nullptr) errexit__("Unknown matching type! %d\n", ctrl->run->now.CType);
   scheme->group(ctrl, graph, s, built, slow);
 }
 
 // Builds one coarser level from current and gives it its number; returns it.
 template <typename Step>
-HGraph *NextLevel(PartCtrl *ctrl, HGraph *current, int built, Step step) {
+HGraph *NextLevel(const PartCtrl *ctrl, HGraph *current, int built, Step step) {
   SeparateIslands__(current);
   step(current);
   HGraph *coarser = current->coarser;
   coarser->level = built;
-  if (ctrl->dbglvl & DBG_COARSEN) PrintLevel(ctrl, coarser);
+  if (ctrl->run->now.dbglvl & DBG_COARSEN) PrintLevel(ctrl, coarser);
   return coarser;
 }
 
@@ -129,11 +129,11 @@ int NumOfLargeNets__(int nhedges, const int *netptr) {
   return count;
 }
 
-HGraph *Coarsen__(PartCtrl *ctrl, HGraph *graph) {
-  starttimer__(ctrl, ctrl->CoarsenTmr);
+HGraph *Coarsen__(const PartCtrl *ctrl, HGraph *graph) {
+  starttimer__(ctrl, ctrl->run->time.CoarsenTmr);
   Scratch s = AllocateScratch(graph);
   graph->level = 0;
-  if (ctrl->dbglvl & DBG_COARSEN) {
+  if (ctrl->run->now.dbglvl & DBG_COARSEN) {
     Printf__(ctrl, "%s", kLongRule);
     PrintLevel(ctrl, graph);
   }
@@ -142,45 +142,45 @@ HGraph *Coarsen__(PartCtrl *ctrl, HGraph *graph) {
   int built = 0;
   bool slow = false;
   float ratio = 0.8f;
-  while (ctrl->CoarsenTo < current->nvtxs) {
+  while (ctrl->run->now.CoarsenTo < current->nvtxs) {
     current = NextLevel(ctrl, current, built + 1, [&](HGraph *level) {
-      starttimer__(ctrl, ctrl->AuxTmr1);
+      starttimer__(ctrl, ctrl->run->time.AuxTmr1);
       GroupLevel(ctrl, level, s, built, slow);
-      stoptimer__(ctrl, ctrl->AuxTmr1);
+      stoptimer__(ctrl, ctrl->run->time.AuxTmr1);
     });
     built++;
     if (CoarseningProgress__(current->nvtxs, current->finer->nvtxs, ratio)) continue;
-    if (slow || ctrl->CType == 5) {
-      if (ctrl->dbglvl & DBG_COARSEN) PrintSlowProgress(ctrl, current->nvtxs);
+    if (slow || ctrl->run->now.CType == 5) {
+      if (ctrl->run->now.dbglvl & DBG_COARSEN) PrintSlowProgress(ctrl, current->nvtxs);
       FreeScratch(s);
-      stoptimer__(ctrl, ctrl->CoarsenTmr);
+      stoptimer__(ctrl, ctrl->run->time.CoarsenTmr);
       return current;
     }
-    if (ctrl->dbglvl & DBG_COARSEN) Printf__(ctrl, "%s", kShortRule);
+    if (ctrl->run->now.dbglvl & DBG_COARSEN) Printf__(ctrl, "%s", kShortRule);
     ratio = static_cast<float>(ratio * 1.075);
     slow = true;
   }
 
-  if (ctrl->dbglvl & DBG_COARSEN) Printf__(ctrl, "\n");
+  if (ctrl->run->now.dbglvl & DBG_COARSEN) Printf__(ctrl, "\n");
   FreeScratch(s);
-  stoptimer__(ctrl, ctrl->CoarsenTmr);
+  stoptimer__(ctrl, ctrl->run->time.CoarsenTmr);
   return current;
 }
 
-HGraph *CCoarsen__(PartCtrl *ctrl, HGraph *graph) {
-  starttimer__(ctrl, ctrl->CoarsenTmr);
+HGraph *CCoarsen__(const PartCtrl *ctrl, HGraph *graph) {
+  starttimer__(ctrl, ctrl->run->time.CoarsenTmr);
   Scratch s = AllocateScratch(graph);
   graph->level = 0;
-  if (ctrl->dbglvl & DBG_COARSEN) {
+  if (ctrl->run->now.dbglvl & DBG_COARSEN) {
     Printf__(ctrl, "%s", kLongRule);
     PrintLevel(ctrl, graph);
   }
 
   HGraph *current = graph;
   int built = 0;
-  while (ctrl->CoarsenTo < current->nvtxs) {
+  while (ctrl->run->now.CoarsenTo < current->nvtxs) {
     current = NextLevel(ctrl, current, built + 1, [&](HGraph *level) {
-      switch (ctrl->CType) {
+      switch (ctrl->run->now.CType) {
         case 0:
           CMatch_EdgesStars__(ctrl, level, level->where, s.perm, s.htable, s.vpairs);
           break;
@@ -188,7 +188,7 @@ HGraph *CCoarsen__(PartCtrl *ctrl, HGraph *graph) {
           CMatch_Edges__(ctrl, level, level->where, s.perm, s.htable, s.vpairs);
           break;
         default:
-          errexit__("Unknown matching type! %d\n", ctrl->CType);
+          errexit__("Unknown matching type! %d\n", ctrl->run->now.CType);
       }
       // Groups never mix parts, so each coarse vertex takes the part of its members.
       HGraph *coarser = level->coarser;
@@ -199,16 +199,16 @@ HGraph *CCoarsen__(PartCtrl *ctrl, HGraph *graph) {
     });
     built++;
     if (!CoarseningProgress__(current->nvtxs, current->finer->nvtxs, 0.8f)) {
-      if (ctrl->dbglvl & DBG_COARSEN) PrintSlowProgress(ctrl, current->nvtxs);
+      if (ctrl->run->now.dbglvl & DBG_COARSEN) PrintSlowProgress(ctrl, current->nvtxs);
       FreeScratch(s);
-      stoptimer__(ctrl, ctrl->CoarsenTmr);
+      stoptimer__(ctrl, ctrl->run->time.CoarsenTmr);
       return current;
     }
   }
 
-  if (ctrl->dbglvl & DBG_COARSEN) Printf__(ctrl, "\n");
+  if (ctrl->run->now.dbglvl & DBG_COARSEN) Printf__(ctrl, "\n");
   FreeScratch(s);
-  stoptimer__(ctrl, ctrl->CoarsenTmr);
+  stoptimer__(ctrl, ctrl->run->time.CoarsenTmr);
   return current;
 }
 

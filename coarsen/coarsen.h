@@ -8,7 +8,7 @@ namespace hypra {
 
 // Builds the coarsening hierarchy below graph and returns its coarsest level (graph itself when
 // it is already small enough). Levels stay linked through coarser/finer.
-HGraph *Coarsen__(PartCtrl *ctrl, HGraph *graph);
+HGraph *Coarsen__(const PartCtrl *ctrl, HGraph *graph);
 
 // The grouping schemes a caller may choose by CType, and their names ("??" for any other code).
 bool IsCoarseningScheme__(int ctype);
@@ -16,12 +16,12 @@ const char *CoarseningSchemeName__(int ctype);
 
 // Coarsens while grouping only vertices of the same part; each level carries the partition in
 // where. CType 0 selects stars, 1 pairs.
-HGraph *CCoarsen__(PartCtrl *ctrl, HGraph *graph);
+HGraph *CCoarsen__(const PartCtrl *ctrl, HGraph *graph);
 
 int NumOfLargeNets__(int nhedges, const int *netptr);
 
 // Turns the grouping of graph (cellmap, mptr, mind) into graph->coarser.
-void CreateCoarseHGraph__(PartCtrl *ctrl, HGraph *graph, int cnvtxs);
+void CreateCoarseHGraph__(const PartCtrl *ctrl, HGraph *graph, int cnvtxs);
 
 // Merges identical hyperedges, summing their weights; sorts each input hyperedge's pins in place.
 // The three output arrays are new and belong to the caller.
@@ -32,26 +32,26 @@ void CollapseSameHEdges__(int nhedges, int *netptr, int *netind, int *netwgt, in
 void SeparateIslands__(HGraph *graph);
 void CombineIslands__(HGraph *graph);
 void PartitionIslands__(HGraph *graph);
-void PartitionIslandsKway__(PartCtrl *ctrl, HGraph *graph);
+void PartitionIslandsKway__(const PartCtrl *ctrl, HGraph *graph);
 
 // The way back up a hierarchy: the partition of `coarsest` is projected onto each finer level
 // (which frees the coarser one), the level is refined and its islands placed, until `orggraph`
 // is reached; then the islands set aside before coarsening rejoin it. Level supplies
-//   void Project(PartCtrl *ctrl, HGraph *coarse): onto coarse->finer, freeing coarse;
-//   void Refine(PartCtrl *ctrl, HGraph *graph): one level's refinement;
-//   void PlaceIslands(PartCtrl *ctrl, HGraph *graph).
+//   void Project(const PartCtrl *ctrl, HGraph *coarse): onto coarse->finer, freeing coarse;
+//   void Refine(const PartCtrl *ctrl, HGraph *graph): one level's refinement;
+//   void PlaceIslands(const PartCtrl *ctrl, HGraph *graph).
 // Nothing is done when `coarsest` has no finer level.
 template <typename Level>
-void Uncoarsen__(PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest, const Level &level) {
+void Uncoarsen__(const PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest, const Level &level) {
   if (coarsest->finer == nullptr) return;
-  starttimer__(ctrl, ctrl->UncoarsenTmr);
+  starttimer__(ctrl, ctrl->run->time.UncoarsenTmr);
   HGraph *graph = coarsest->finer;
   level.Project(ctrl, coarsest);
   for (;;) {
-    starttimer__(ctrl, ctrl->RefTmr);
+    starttimer__(ctrl, ctrl->run->time.RefTmr);
     level.Refine(ctrl, graph);
     level.PlaceIslands(ctrl, graph);
-    stoptimer__(ctrl, ctrl->RefTmr);
+    stoptimer__(ctrl, ctrl->run->time.RefTmr);
     if (graph == orggraph) break;
     if (graph->finer == nullptr)
       errexit__("Uncoarsen: the hierarchy ends before the hypergraph it was built from");
@@ -59,7 +59,7 @@ void Uncoarsen__(PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest, const Level
     level.Project(ctrl, graph->coarser);
   }
   CombineIslands__(orggraph);
-  stoptimer__(ctrl, ctrl->UncoarsenTmr);
+  stoptimer__(ctrl, ctrl->run->time.UncoarsenTmr);
 }
 
 }  // namespace hypra

@@ -99,7 +99,7 @@ void PartitionIslands__(HGraph *graph) {
   }
 }
 
-void PartitionIslandsKway__(PartCtrl *ctrl, HGraph *graph) {
+void PartitionIslandsKway__(const PartCtrl *ctrl, HGraph *graph) {
   const int end = graph->nvtxs + graph->nislands;
   for (int v = graph->nvtxs; v < end; v++) {
     const int part = iamin__(ctrl->Nparts, graph->kpwgts);

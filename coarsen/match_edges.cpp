@@ -26,7 +26,7 @@ int FixedCount(const HGraph *graph) {
 
 // Pairs in visiting order; findPartner(v) returns v's partner or -1.
 template <typename FindPartner>
-void MatchPairs(PartCtrl *ctrl, HGraph *graph, int *perm, KeyValue *vpairs,
+void MatchPairs(const PartCtrl *ctrl, HGraph *graph, int *perm, KeyValue *vpairs,
                 FindPartner findPartner) {
   const int nvtxs = graph->nvtxs, nfixed = FixedCount(graph);
   AllocateGrouping(graph);
@@ -71,7 +71,7 @@ void GroupsFromCellmap(HGraph *graph, int ngroups) {
 // Stars in visiting order until 40 % of the vertices have found a partner. findStar(v, gwgts)
 // returns the vertex v joins or -1; gwgts is the one-slot-offset group-weight view.
 template <typename BuildOrder, typename FindStar>
-void MatchStars(PartCtrl *ctrl, HGraph *graph, bool timed, BuildOrder buildOrder,
+void MatchStars(const PartCtrl *ctrl, HGraph *graph, bool timed, BuildOrder buildOrder,
                 FindStar findStar) {
   const int nvtxs = graph->nvtxs, nfixed = FixedCount(graph);
   AllocateGrouping(graph);
@@ -81,18 +81,18 @@ void MatchStars(PartCtrl *ctrl, HGraph *graph, bool timed, BuildOrder buildOrder
   int *cellmap = graph->cellmap;
   const int *cellwgt = graph->cellwgt;
 
-  if (timed) starttimer__(ctrl, ctrl->AuxTmr3);
+  if (timed) starttimer__(ctrl, ctrl->run->time.AuxTmr3);
   const int *perm = buildOrder();
-  if (timed) stoptimer__(ctrl, ctrl->AuxTmr3);
+  if (timed) stoptimer__(ctrl, ctrl->run->time.AuxTmr3);
 
   const int fixedwgt = static_cast<int>(
-      std::min<long long>(2LL * ctrl->MaxCellWgt, static_cast<long long>(INT_MAX)));
+      std::min<long long>(2LL * ctrl->run->now.MaxCellWgt, static_cast<long long>(INT_MAX)));
   for (int v = 0; v < nfixed; v++) {
     cellmap[v] = v;
     gwgts[v] = fixedwgt;
   }
 
-  if (timed) starttimer__(ctrl, ctrl->AuxTmr4);
+  if (timed) starttimer__(ctrl, ctrl->run->time.AuxTmr4);
   int ngroups = nfixed, grouped = 0;
   for (int i = 0; i < nvtxs; i++) {
     const int v = perm[i];
@@ -114,7 +114,7 @@ void MatchStars(PartCtrl *ctrl, HGraph *graph, bool timed, BuildOrder buildOrder
     cellmap[v] = ngroups;
     gwgts[ngroups++] = cellwgt[v];
   }
-  if (timed) stoptimer__(ctrl, ctrl->AuxTmr4);
+  if (timed) stoptimer__(ctrl, ctrl->run->time.AuxTmr4);
 
   GroupsFromCellmap(graph, ngroups);
   ReleaseMemory__(wgts);
@@ -145,7 +145,7 @@ void BucketSortKeysInc(int n, int max, const int *keys, const int *in, int *out)
   ReleaseMemory__(counts);
 }
 
-void DegreeOrder__(PartCtrl *ctrl, const HGraph *graph, int *perm, int *keys) {
+void DegreeOrder__(const PartCtrl *ctrl, const HGraph *graph, int *perm, int *keys) {
   const int nvtxs = graph->nvtxs;
   const int *incptr = graph->incptr;
   RandomPermute__(&ctrl->run->rng, keys + nvtxs, nvtxs, 1);
@@ -153,14 +153,14 @@ void DegreeOrder__(PartCtrl *ctrl, const HGraph *graph, int *perm, int *keys) {
   BucketSortKeysInc(nvtxs, ctrl->MaxNetSize + 1, keys, keys + nvtxs, perm);
 }
 
-void Match_Edges__(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue *vpairs) {
+void Match_Edges__(const PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue *vpairs) {
   MatchPairs(ctrl, graph, perm, vpairs, [&](int v) {
     return FindCell__(ctrl, v, graph->incptr, graph->incind, graph->netptr, graph->netind,
                       graph->cellwgt, graph->edgewgt, graph->cellmap, htable);
   });
 }
 
-void CMatch_Edges__(PartCtrl *ctrl, HGraph *graph, const int *where, int *perm, int *htable,
+void CMatch_Edges__(const PartCtrl *ctrl, HGraph *graph, const int *where, int *perm, int *htable,
                     KeyValue *vpairs) {
   MatchPairs(ctrl, graph, perm, vpairs, [&](int v) {
     return CFindCell__(ctrl, v, graph->incptr, graph->incind, graph->netptr, graph->netind,
@@ -168,8 +168,8 @@ void CMatch_Edges__(PartCtrl *ctrl, HGraph *graph, const int *where, int *perm, 
   });
 }
 
-void Match_EdgesStars__(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue *vpairs,
-                        int byweight) {
+void Match_EdgesStars__(const PartCtrl *ctrl, HGraph *graph, int *perm, int *htable,
+                        KeyValue *vpairs, int byweight) {
   int *keys = reinterpret_cast<int *>(vpairs);
   auto order = [&]() -> const int * {
     const int nvtxs = graph->nvtxs;
@@ -192,8 +192,8 @@ void Match_EdgesStars__(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, K
   });
 }
 
-void CMatch_EdgesStars__(PartCtrl *ctrl, HGraph *graph, const int *where, int *perm, int *htable,
-                         KeyValue *vpairs) {
+void CMatch_EdgesStars__(const PartCtrl *ctrl, HGraph *graph, const int *where, int *perm,
+                         int *htable, KeyValue *vpairs) {
   auto order = [&]() -> const int * {
     DegreeOrder__(ctrl, graph, perm, reinterpret_cast<int *>(vpairs));
     return perm;

@@ -23,7 +23,7 @@ struct Grouping {
 
 // Heavier hyperedges first, among equal weights the smaller ones, the rest as the random
 // permutation and the sort leave them.
-void HedgeOrder(PartCtrl *ctrl, const HGraph *graph, int *perm, KeyValue *vpairs) {
+void HedgeOrder(const PartCtrl *ctrl, const HGraph *graph, int *perm, KeyValue *vpairs) {
   const int nhedges = graph->nhedges;
   const int *netptr = graph->netptr, *netwgt = graph->netwgt;
   RandomPermute__(&ctrl->run->rng, perm, nhedges, 1);
@@ -59,7 +59,7 @@ void WholeHedges(const PartCtrl *ctrl, const HGraph *graph, const int *order, Gr
       free = g.cellmap[netind[j]] == -1;
       wgt += cellwgt[netind[j]];
     }
-    if (free && wgt <= ctrl->MaxCellWgt) GroupFreePins(graph, h, g);
+    if (free && wgt <= ctrl->run->now.MaxCellWgt) GroupFreePins(graph, h, g);
   }
 }
 
@@ -75,12 +75,13 @@ void PartialHedges(const PartCtrl *ctrl, const HGraph *graph, const int *order, 
       wgt += cellwgt[netind[j]];
     }
     // Strictly more than half of the pins must be free.
-    if (static_cast<double>(nfree) > 0.5 * (netptr[h + 1] - netptr[h]) && wgt <= ctrl->MaxCellWgt)
+    if (static_cast<double>(nfree) > 0.5 * (netptr[h + 1] - netptr[h]) &&
+        wgt <= ctrl->run->now.MaxCellWgt)
       GroupFreePins(graph, h, g);
   }
 }
 
-void MatchHedges(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue *vpairs,
+void MatchHedges(const PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue *vpairs,
                  int scheme) {
   const int nvtxs = graph->nvtxs, nfixed = std::clamp(graph->nfixed, 0, nvtxs);
   const bool plain = scheme == HEDGES_ONLY;
@@ -133,15 +134,16 @@ void MatchHedges(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue
 
 }  // namespace
 
-void Match_Hedges__(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue *vpairs) {
+void Match_Hedges__(const PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue *vpairs) {
   MatchHedges(ctrl, graph, perm, htable, vpairs, HEDGES_ONLY);
 }
 
-void Match_Hedges_Edges__(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue *vpairs) {
+void Match_Hedges_Edges__(const PartCtrl *ctrl, HGraph *graph, int *perm, int *htable,
+                          KeyValue *vpairs) {
   MatchHedges(ctrl, graph, perm, htable, vpairs, HEDGES_EDGES);
 }
 
-void Match_Hedges_PHedges_Edges__(PartCtrl *ctrl, HGraph *graph, int *perm, int *htable,
+void Match_Hedges_PHedges_Edges__(const PartCtrl *ctrl, HGraph *graph, int *perm, int *htable,
                                   KeyValue *vpairs) {
   MatchHedges(ctrl, graph, perm, htable, vpairs, HEDGES_PHEDGES_EDGES);
 }

@@ -137,13 +137,38 @@ struct OutputBuffer {
   long long capacity;
 };
 
-// What a run changes besides the hypergraphs: its generator, its scratch lists and where its
-// lines go. One record per run, handed down through the control record, so that runs in one
-// process never share state.
+// The values a run goes by and changes as it goes. They start as the caller's settings
+// (InitRunValues__) and are overridden for a stretch of the run: a V-cycle coarsens by its own
+// scheme to its own size, each bisection of the recursion has its own target and tolerance, the
+// initial bisection quiets the refinement traces. The control record itself is only read.
+struct RunValues {
+  int CoarsenTo;
+  int CType;
+  int RType;
+  float UBfactor;
+  float TargetFrac;
+  int dbglvl;
+  int HeavyCells;
+  int MaxCellWgt;
+  int64_t Place;  // the current bisection's place in the recursion (parallel mode)
+};
+
+// Seconds spent per stage, kept only with the timing debug bit.
+struct RunTimers {
+  double TotalTmr, CoarsenTmr, RefTmr, InitRefTmr, IterTmr, WrapUpTmr, MultilevelTmr, InitPartTmr,
+      ProjectTmr, SpareTmr, UncoarsenTmr, AuxTmr1, AuxTmr2, AuxTmr3, AuxTmr4;
+};
+
+// What a run changes besides the hypergraphs: its generator, its scratch lists, where its lines
+// go, the values it goes by and its timers. One record per run, handed down through the control
+// record, so that runs in one process never share state and the control record stays as the
+// caller set it.
 struct RunState {
   RandomState rng;
   CandidateList lists[2];  // [0] free grouping, [1] grouping restricted to one part
   OutputBuffer *out;       // null: straight to standard output
+  RunValues now;
+  RunTimers time;
 };
 
 // The worker pool of the parallel mode (parallel/parallel.h).
@@ -172,18 +197,15 @@ struct PartCtrl {
   int Reconst;
   int Vcycle;
   int Nparts;
-  int HeavyCells;
   int KwayRefine;
-  float TargetFrac;
-  int MaxCellWgt;
 
-  RunState *run;  // not owned
+  RunState *run;  // not owned; everything a run changes lives there
 
   // Parallel mode (0: the specified serial behaviour). Each run of a bisection draws from a
-  // stream of its own, seeded from (Seed, Place, the run's index), so that the result does not
-  // depend on how many threads Sched has or how they interleave.
+  // stream of its own, seeded from (Seed, the bisection's place in the recursion, the run's
+  // index), so that the result does not depend on how many threads Sched has or how they
+  // interleave.
   int Parallel;
-  int64_t Place;           // the bisection's place in the recursion
   Scheduler *Sched;        // not owned; null runs everything on the calling thread
   ProgressHook *Progress;  // not owned; null when nobody is told
 
@@ -193,10 +215,10 @@ struct PartCtrl {
   // its own tolerance from them, and the k-way refiners never let a part grow past MaxPartWgt.
   double Imbalance;
   int MaxPartWgt;
-
-  double TotalTmr, CoarsenTmr, RefTmr, InitRefTmr, IterTmr, WrapUpTmr, MultilevelTmr, InitPartTmr,
-      ProjectTmr, SpareTmr, UncoarsenTmr, AuxTmr1, AuxTmr2, AuxTmr3, AuxTmr4;
 };
+
+// Starts a run's values from the control record's settings.
+void InitRunValues__(RunValues *now, const PartCtrl *ctrl);
 
 // ---------------------------------------------------------------------------------------------
 // Hypergraph record
@@ -322,13 +344,13 @@ double dnrm2__(int n, const double *x);
 // Timers: a measured stretch subtracts seconds__() at its start and adds it at its end, only
 // when dbglvl has the timer bit.
 inline void starttimer__(const PartCtrl *ctrl, double &tmr) {
-  if (ctrl->dbglvl & DBG_TIME) tmr -= seconds__();
+  if (ctrl->run->now.dbglvl & DBG_TIME) tmr -= seconds__();
 }
 inline void stoptimer__(const PartCtrl *ctrl, double &tmr) {
-  if (ctrl->dbglvl & DBG_TIME) tmr += seconds__();
+  if (ctrl->run->now.dbglvl & DBG_TIME) tmr += seconds__();
 }
-void InitTimers__(PartCtrl *ctrl);
-void PrintTimers__(const PartCtrl *ctrl, int detail);
+void InitTimers__(RunTimers *time);
+void PrintTimers__(const RunTimers *time, int detail);
 
 // Counts one finished multilevel run towards the progress the caller is shown, if any.
 inline void ReportRunDone__(const PartCtrl *ctrl) {
@@ -378,6 +400,9 @@ void FreeOutput__(OutputBuffer *out);
 // A run's state: the generator seeded from `seed` as InitRandom__ does, empty candidate lists,
 // output to standard output.
 void InitRunState__(RunState *run, int64_t seed);
+// The run record of a task that carries on part of a run on another thread: a generator and
+// scratch of its own, and the values the parent run goes by at this point.
+void InitTaskRunState__(RunState *run, const RunState *parent);
 void FreeRunState__(RunState *run);
 // Makes room for at least one more candidate.
 void GrowCandidateList__(CandidateList *list);

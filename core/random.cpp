@@ -82,6 +82,22 @@ void InitRunState__(RunState *run, int64_t seed) {
   InitRandom__(&run->rng, seed);
   for (CandidateList &list : run->lists) list = CandidateList{nullptr, nullptr, 0, 0};
   run->out = nullptr;
+  run->now = RunValues{};
+  InitTimers__(&run->time);
+}
+
+void InitTaskRunState__(RunState *run, const RunState *parent) {
+  InitRunState__(run, 0);
+  run->now = parent->now;
+}
+
+void InitRunValues__(RunValues *now, const PartCtrl *ctrl) {
+  *now = RunValues{};
+  now->CoarsenTo = ctrl->CoarsenTo;
+  now->CType = ctrl->CType;
+  now->RType = ctrl->RType;
+  now->UBfactor = ctrl->UBfactor;
+  now->dbglvl = ctrl->dbglvl;
 }
 
 void FreeRunState__(RunState *run) {

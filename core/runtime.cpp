@@ -227,30 +227,27 @@ double dnrm2__(int n, const double *x) {
   return std::sqrt(ddot__(n, x, x));
 }
 
-void InitTimers__(PartCtrl *ctrl) {
-  ctrl->TotalTmr = ctrl->CoarsenTmr = ctrl->RefTmr = ctrl->InitRefTmr = ctrl->IterTmr = 0.0;
-  ctrl->WrapUpTmr = ctrl->MultilevelTmr = ctrl->InitPartTmr = ctrl->ProjectTmr = 0.0;
-  ctrl->SpareTmr = ctrl->UncoarsenTmr = 0.0;
-  ctrl->AuxTmr1 = ctrl->AuxTmr2 = ctrl->AuxTmr3 = ctrl->AuxTmr4 = 0.0;
+void InitTimers__(RunTimers *time) {
+  *time = RunTimers{};
 }
 
-void PrintTimers__(const PartCtrl *ctrl, int detail) {
+void PrintTimers__(const RunTimers *time, int detail) {
   std::printf("\nTiming Information ---------------------------------------------------------");
-  std::printf("\n Multilevel: \t\t %7.3f", ctrl->MultilevelTmr);
-  std::printf("\n     Coarsening: \t\t %7.3f", ctrl->CoarsenTmr);
-  std::printf("\n     Initial Partition: \t %7.3f", ctrl->InitPartTmr);
-  std::printf("\n     Uncoarsening: \t\t %7.3f", ctrl->UncoarsenTmr);
-  std::printf("\n             Aux1: \t\t %7.3f", ctrl->AuxTmr1);
-  std::printf("\n             Aux2: \t\t %7.3f", ctrl->AuxTmr2);
-  std::printf("\n             Aux3: \t\t %7.3f", ctrl->AuxTmr3);
-  std::printf("\n             Aux4: \t\t %7.3f", ctrl->AuxTmr4);
+  std::printf("\n Multilevel: \t\t %7.3f", time->MultilevelTmr);
+  std::printf("\n     Coarsening: \t\t %7.3f", time->CoarsenTmr);
+  std::printf("\n     Initial Partition: \t %7.3f", time->InitPartTmr);
+  std::printf("\n     Uncoarsening: \t\t %7.3f", time->UncoarsenTmr);
+  std::printf("\n             Aux1: \t\t %7.3f", time->AuxTmr1);
+  std::printf("\n             Aux2: \t\t %7.3f", time->AuxTmr2);
+  std::printf("\n             Aux3: \t\t %7.3f", time->AuxTmr3);
+  std::printf("\n             Aux4: \t\t %7.3f", time->AuxTmr4);
   if (detail) {
-    std::printf("\n        Refinement: \t\t\t %7.3f", ctrl->RefTmr);
-    std::printf("\n            Initialize: \t\t\t %7.3f", ctrl->InitRefTmr);
-    std::printf("\n            Iterate: \t\t\t\t %7.3f", ctrl->IterTmr);
-    std::printf("\n            Wrap Up: \t\t\t\t %7.3f", ctrl->WrapUpTmr);
+    std::printf("\n        Refinement: \t\t\t %7.3f", time->RefTmr);
+    std::printf("\n            Initialize: \t\t\t %7.3f", time->InitRefTmr);
+    std::printf("\n            Iterate: \t\t\t\t %7.3f", time->IterTmr);
+    std::printf("\n            Wrap Up: \t\t\t\t %7.3f", time->WrapUpTmr);
   }
-  std::printf("\n Total: \t\t %7.3f", ctrl->TotalTmr);
+  std::printf("\n Total: \t\t %7.3f", time->TotalTmr);
   std::printf("\n----------------------------------------------------------------------------");
 }
 

@@ -18,11 +18,11 @@ constexpr int kRefinePasses = 10;
 constexpr int kVCycles = 10;
 
 bool CutObjective(const PartCtrl *ctrl) {
-  return ctrl->RType == 1;
+  return ctrl->run->now.RType == 1;
 }
 
 // The greedy refiner of the chosen objective.
-void RefineForObjective(PartCtrl *ctrl, HGraph *graph) {
+void RefineForObjective(const PartCtrl *ctrl, HGraph *graph) {
   if (CutObjective(ctrl))
     RefineCutKway_Random__(ctrl, graph, kRefinePasses);
   else
@@ -63,8 +63,8 @@ int ImpossibleObjective(const HGraph *graph) {
 
 // Takes the pruned hypergraph's partition over onto the full hypergraph. When hyperedges were
 // pruned, the partition is refined again with every hyperedge counted.
-void AdoptPrunedPartition(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) {
-  const bool trace = ctrl->dbglvl & DBG_TRACE;
+void AdoptPrunedPartition(const PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) {
+  const bool trace = ctrl->run->now.dbglvl & DBG_TRACE;
   HandOverKwayPool__(pgraph, graph);
   if (pgraph->nhedges < graph->nhedges) {
     if (trace) {
@@ -126,7 +126,7 @@ int ComputeActualSOED__(HGraph *graph, const int *part) {
   return soed;
 }
 
-float ComputeBalanceKway__(PartCtrl *ctrl, HGraph *graph, const int *part) {
+float ComputeBalanceKway__(const PartCtrl *ctrl, HGraph *graph, const int *part) {
   const int nparts = ctrl->Nparts;
   int *kpwgts = ismalloc__(nparts, 0, "ComputeBalanceKway: kpwgts");
   for (int v = 0; v < graph->nvtxs; v++) {
@@ -141,8 +141,8 @@ float ComputeBalanceKway__(PartCtrl *ctrl, HGraph *graph, const int *part) {
   return static_cast<float>(static_cast<double>(nparts) * heaviest / total);
 }
 
-void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph) {
-  starttimer__(ctrl, ctrl->InitPartTmr);
+void InitPartitionKway__(const PartCtrl *ctrl, HGraph *graph) {
+  starttimer__(ctrl, ctrl->run->time.InitPartTmr);
   const int nvtxs = graph->nvtxs;
   int *bestwhere = imalloc__(nvtxs, "InitPartitionKway: bestwhere");
   AllocateKwayRefinementMemory__(ctrl, graph);
@@ -165,11 +165,11 @@ void InitPartitionKway__(PartCtrl *ctrl, HGraph *graph) {
   icopy__(nvtxs, bestwhere, graph->where);
   graph->kwayobj = bestobj;
 
-  if (ctrl->dbglvl & DBG_INITPART)
+  if (ctrl->run->now.dbglvl & DBG_INITPART)
     Printf__(ctrl, "%d-way initial %s: %d\n", ctrl->Nparts, CutObjective(ctrl) ? "cut" : "soed",
              graph->kwayobj);
   RVfree__(&bestwhere);
-  stoptimer__(ctrl, ctrl->InitPartTmr);
+  stoptimer__(ctrl, ctrl->run->time.InitPartTmr);
 }
 
 namespace {
@@ -180,7 +180,7 @@ namespace {
 struct DirectKway {
   int Impossible(const HGraph *graph) const { return ImpossibleObjective(graph); }
   int KeptSlots(const PartCtrl *ctrl) const { return DirectKwayKeptSlots(ctrl); }
-  void PartitionPruned(PartCtrl *ctrl, HGraph *pgraph) const {
+  void PartitionPruned(const PartCtrl *ctrl, HGraph *pgraph) const {
     HGraph *coarsest = Coarsen__(ctrl, pgraph);
     HandOverKwayPool__(pgraph, coarsest);
     InitPartitionKway__(ctrl, coarsest);
@@ -189,20 +189,20 @@ struct DirectKway {
   void TraceRun(const PartCtrl *ctrl, int run, const HGraph *pgraph) const {
     Printf__(ctrl, "    Cut/SOED of trial %4d:\t %6d %6d", run, pgraph->mincut, pgraph->soed);
   }
-  void Adopt(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) const {
+  void Adopt(const PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) const {
     AdoptPrunedPartition(ctrl, graph, pgraph);
   }
-  float Balance(PartCtrl *ctrl, HGraph *graph, const int *where) const {
+  float Balance(const PartCtrl *ctrl, HGraph *graph, const int *where) const {
     return ComputeBalanceKway__(ctrl, graph, where);
   }
   int Objective(const HGraph *graph) const { return graph->kwayobj; }
   void SetObjective(HGraph *graph, int obj) const { graph->kwayobj = obj; }
-  void VCycles(PartCtrl *ctrl, HGraph *graph) const {
+  void VCycles(const PartCtrl *ctrl, HGraph *graph) const {
     ReleaseKwayWork__(graph);
     VCycleRefinementKway__(ctrl, graph, kVCycles);
   }
   void ReleaseWork(HGraph *graph) const { ReleaseKwayWork__(graph); }
-  void PrintRun(PartCtrl *ctrl, int run, HGraph *graph, int) const {
+  void PrintRun(const PartCtrl *ctrl, int run, HGraph *graph, int) const {
     Printf__(ctrl, "    Cut/SOED of trial %4d:\t %6d %6d [%4.2f]\n", run, graph->mincut,
              graph->soed, ComputeBalanceKway__(ctrl, graph, graph->where));
   }
@@ -215,7 +215,7 @@ struct DirectKway {
   void OpenVCycleTrace(const PartCtrl *ctrl, const HGraph *graph) const {
     Printf__(ctrl, "          [%d ", graph->kwayobj);
   }
-  void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest) const {
+  void RefineCoarsened(const PartCtrl *ctrl, HGraph *graph, HGraph *coarsest) const {
     HandOverKwayPool__(graph, coarsest);
     RefineKway__(ctrl, graph, coarsest);
   }
@@ -223,15 +223,15 @@ struct DirectKway {
 
 }  // namespace
 
-int VCycleRefinementKway__(PartCtrl *ctrl, HGraph *graph, int nvcycles) {
+int VCycleRefinementKway__(const PartCtrl *ctrl, HGraph *graph, int nvcycles) {
   return VCycleLoop__(ctrl, graph, nvcycles, DirectKway());
 }
 
-int MultilevelKwayPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
-  const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);
+int MultilevelKwayPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
+  const bool summary = ctrl->run->now.dbglvl & (DBG_BISECT | DBG_TRACE);
   if (summary)
     Printf__(ctrl, "\n  Partitioning a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
-             graph->nvtxs, graph->nhedges, ctrl->UBfactor);
+             graph->nvtxs, graph->nhedges, ctrl->run->now.UBfactor);
 
   const BestOfRunsResult result = BestOfRuns__(ctrl, graph, part, DirectKway());
   const int best = result.best;

@@ -153,7 +153,7 @@ void AllocateVertexRecords(HGraph *graph, int nparts) {
 
 }  // namespace
 
-void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
+void AllocateKwayRefinementMemory__(const PartCtrl *ctrl, HGraph *graph) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges, nparts = ctrl->Nparts;
   if (nvtxs < 0 || nhedges < 0 || graph->nislands < 0)
     errexit__(
@@ -193,7 +193,7 @@ void AllocateKwayRefinementMemory__(PartCtrl *ctrl, HGraph *graph) {
   }
 }
 
-void ComputeInitKwayGains__(PartCtrl *ctrl, HGraph *graph) {
+void ComputeInitKwayGains__(const PartCtrl *ctrl, HGraph *graph) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges, nparts = ctrl->Nparts;
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
   const int *where = graph->where;

@@ -75,7 +75,7 @@ int TruncateBound(float x) {
 }
 
 template <int obj>
-void RefineKwayRandom(PartCtrl *ctrl, HGraph *graph, int npasses) {
+void RefineKwayRandom(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   const int nvtxs = graph->nvtxs, nparts = ctrl->Nparts;
 
   int *perm = imalloc__(nvtxs, "RefineKway_Random: perm");
@@ -83,33 +83,33 @@ void RefineKwayRandom(PartCtrl *ctrl, HGraph *graph, int npasses) {
   int *updind = imalloc__(nvtxs, "RefineKway_Random: updind");
   for (int i = 0; i < nvtxs; i++) perm[i] = i;
 
-  starttimer__(ctrl, ctrl->InitRefTmr);
+  starttimer__(ctrl, ctrl->run->time.InitRefTmr);
   ComputeInitKwayGains__(ctrl, graph);
-  stoptimer__(ctrl, ctrl->InitRefTmr);
+  stoptimer__(ctrl, ctrl->run->time.InitRefTmr);
 
   int *kpwgts = graph->kpwgts, *where = graph->where;
   const int *cellwgt = graph->cellwgt, *incptr = graph->incptr;
   const int tpwgt = iasum__(nparts, kpwgts);
   // The bounded-imbalance mode caps parts at one absolute weight on every level: the bound is on
   // the final parts, and a coarse level holds the same weight (less any islands set aside).
-  const int maxpwgt =
-      ctrl->Imbalance > 0 ? ctrl->MaxPartWgt : TruncateBound(ctrl->UBfactor * tpwgt / nparts);
-  const int minpwgt = TruncateBound(tpwgt / (nparts * ctrl->UBfactor));
+  const int maxpwgt = ctrl->Imbalance > 0 ? ctrl->MaxPartWgt
+                                          : TruncateBound(ctrl->run->now.UBfactor * tpwgt / nparts);
+  const int minpwgt = TruncateBound(tpwgt / (nparts * ctrl->run->now.UBfactor));
 
   for (int pass = 0; pass < npasses; pass++) {
     RandomPermute__(&ctrl->run->rng, perm, nvtxs, 0);
 
-    if (pass == 0 && (ctrl->dbglvl & DBG_REFINE))
+    if (pass == 0 && (ctrl->run->now.dbglvl & DBG_REFINE))
       Printf__(ctrl,
                "Partitions: [%5d,%5d], Balance: [%3.2f, %5d,%5d], Init Cut: %5d, Init SOED: %5d\n",
-               kpwgts[iamin__(nparts, kpwgts)], kpwgts[iamax__(nparts, kpwgts)], ctrl->UBfactor,
-               minpwgt, maxpwgt, graph->mincut, graph->soed);
+               kpwgts[iamin__(nparts, kpwgts)], kpwgts[iamax__(nparts, kpwgts)],
+               ctrl->run->now.UBfactor, minpwgt, maxpwgt, graph->mincut, graph->soed);
 
     const int oldcut = graph->mincut, oldsoed = graph->soed;
     iset__(nvtxs, -1, marker);
     int nmoves = 0;
 
-    starttimer__(ctrl, ctrl->IterTmr);
+    starttimer__(ctrl, ctrl->run->time.IterTmr);
     for (int ii = 0; ii < nvtxs; ii++) {
       const int v = perm[ii];
       if (v < graph->nfixed) continue;
@@ -131,16 +131,16 @@ void RefineKwayRandom(PartCtrl *ctrl, HGraph *graph, int npasses) {
       kpwgts[to] += w;
       kpwgts[from] -= w;
       where[v] = to;
-      if (ctrl->dbglvl & DBG_MOVES)
+      if (ctrl->run->now.dbglvl & DBG_MOVES)
         Printf__(ctrl, "\tMoving %6d[%3d] (%3d -> %3d) [%4d %4d %4d %4d] %5d %5d\n", v,
                  incptr[v + 1] - incptr[v], from, to, iwgt, d.ewgt, d.conngain, d.pinbias,
                  graph->mincut, graph->soed);
       KwayUpdateGainInfo__(graph, v, from, to, marker, updind);
       nmoves++;
     }
-    stoptimer__(ctrl, ctrl->IterTmr);
+    stoptimer__(ctrl, ctrl->run->time.IterTmr);
 
-    if (ctrl->dbglvl & DBG_REFINE)
+    if (ctrl->run->now.dbglvl & DBG_REFINE)
       Printf__(ctrl, "\tCut: %8d, SOED: %8d, Nmoves: %3d, Pwgts: [%6d %6d]\n", graph->mincut,
                graph->soed, nmoves, kpwgts[iamin__(nparts, kpwgts)],
                kpwgts[iamax__(nparts, kpwgts)]);
@@ -154,11 +154,11 @@ void RefineKwayRandom(PartCtrl *ctrl, HGraph *graph, int npasses) {
 
 }  // namespace
 
-void RefineCutKway_Random__(PartCtrl *ctrl, HGraph *graph, int npasses) {
+void RefineCutKway_Random__(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   RefineKwayRandom<OBJ_CUT>(ctrl, graph, npasses);
 }
 
-void RefineSOEDKway_Random__(PartCtrl *ctrl, HGraph *graph, int npasses) {
+void RefineSOEDKway_Random__(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   RefineKwayRandom<OBJ_SOED>(ctrl, graph, npasses);
 }
 

@@ -223,7 +223,7 @@ int PartsAbove(const Rebalance &rb) {
 
 }  // namespace
 
-int RebalanceKway__(PartCtrl *ctrl, HGraph *graph, int maxpwgt, bool soed) {
+int RebalanceKway__(const PartCtrl *ctrl, HGraph *graph, int maxpwgt, bool soed) {
   const int nvtxs = graph->nvtxs, nparts = ctrl->Nparts;
   const int *kpwgts = graph->kpwgts;
   int above = 0;
@@ -250,19 +250,19 @@ int RebalanceKway__(PartCtrl *ctrl, HGraph *graph, int maxpwgt, bool soed) {
   }
   graph->kwayobj = soed ? graph->soed : graph->mincut;
   above = PartsAbove(rb);
-  if (ctrl->dbglvl & DBG_REFINE)
+  if (ctrl->run->now.dbglvl & DBG_REFINE)
     Printf__(ctrl, "Rebalance: %d moves, bound %d, %d parts above it, cut %d, soed %d\n", nmoves,
              maxpwgt, above, graph->mincut, graph->soed);
   RVfree__(&rb.single, &rb.stamp, &rb.heap.items, &marker, &list);
   return above;
 }
 
-void KeepPartBound__(PartCtrl *ctrl, HGraph *graph) {
+void KeepPartBound__(const PartCtrl *ctrl, HGraph *graph) {
   if (ctrl->Imbalance > 0 && graph->nvtxs > 0)
-    RebalanceKway__(ctrl, graph, ctrl->MaxPartWgt, ctrl->RType == 2);
+    RebalanceKway__(ctrl, graph, ctrl->MaxPartWgt, ctrl->run->now.RType == 2);
 }
 
-int EnforcePartBound__(PartCtrl *ctrl, HGraph *graph, int *part, bool soed) {
+int EnforcePartBound__(const PartCtrl *ctrl, HGraph *graph, int *part, bool soed) {
   const int nvtxs = graph->nvtxs, nparts = ctrl->Nparts;
   int *pwgts = ismalloc__(nparts, 0, "EnforcePartBound: pwgts");
   for (int v = 0; v < nvtxs; v++) pwgts[part[v]] += graph->cellwgt[v];

@@ -13,13 +13,13 @@ namespace {
 struct ObjectiveEntry {
   int rtype;
   const char *name;
-  void (*refine)(PartCtrl *ctrl, HGraph *graph, int npasses);
+  void (*refine)(const PartCtrl *ctrl, HGraph *graph, int npasses);
 };
 
 constexpr ObjectiveEntry kObjectives[] = {
     {1, "Cut-minimization", RefineCutKway_Random__},
     {2, "SOED-minimization", RefineSOEDKway_Random__},
-    {10, "none", [](PartCtrl *, HGraph *, int) {}},
+    {10, "none", [](const PartCtrl *, HGraph *, int) {}},
 };
 constexpr int kPublicObjectives = 2;  // codes 1 .. 2
 
@@ -30,21 +30,21 @@ const ObjectiveEntry *FindObjective(int rtype) {
 }
 
 // Refines the current level as RType asks; a level without vertices only gets its records.
-void RefineLevel(PartCtrl *ctrl, HGraph *graph) {
+void RefineLevel(const PartCtrl *ctrl, HGraph *graph) {
   if (graph->nvtxs < 1) {
     ComputeInitKwayGains__(ctrl, graph);
     return;
   }
-  const ObjectiveEntry *objective = FindObjective(ctrl->RType);
-  if (objective == nullptr) errexit__("Unknown refinement type: %d\n", ctrl->RType);
+  const ObjectiveEntry *objective = FindObjective(ctrl->run->now.RType);
+  if (objective == nullptr) errexit__("Unknown refinement type: %d\n", ctrl->run->now.RType);
   objective->refine(ctrl, graph, 10);
   KeepPartBound__(ctrl, graph);
 }
 
 }  // namespace
 
-void ProjectKwayPartition__(PartCtrl *ctrl, HGraph *graph) {
-  starttimer__(ctrl, ctrl->ProjectTmr);
+void ProjectKwayPartition__(const PartCtrl *ctrl, HGraph *graph) {
+  starttimer__(ctrl, ctrl->run->time.ProjectTmr);
   HGraph *finer = graph->finer;
   HandOverKwayPool__(graph, finer);
   AllocateKwayRefinementMemory__(ctrl, finer);
@@ -58,14 +58,14 @@ void ProjectKwayPartition__(PartCtrl *ctrl, HGraph *graph) {
   }
   FreeHGraph__(graph);
   finer->coarser = nullptr;
-  stoptimer__(ctrl, ctrl->ProjectTmr);
+  stoptimer__(ctrl, ctrl->run->time.ProjectTmr);
 }
 
-void RefineKway__(PartCtrl *ctrl, HGraph *orggraph, HGraph *graph) {
+void RefineKway__(const PartCtrl *ctrl, HGraph *orggraph, HGraph *graph) {
   struct KwayLevel {
-    void Project(PartCtrl *c, HGraph *coarse) const { ProjectKwayPartition__(c, coarse); }
-    void Refine(PartCtrl *c, HGraph *level) const { RefineLevel(c, level); }
-    void PlaceIslands(PartCtrl *c, HGraph *level) const { PartitionIslandsKway__(c, level); }
+    void Project(const PartCtrl *c, HGraph *coarse) const { ProjectKwayPartition__(c, coarse); }
+    void Refine(const PartCtrl *c, HGraph *level) const { RefineLevel(c, level); }
+    void PlaceIslands(const PartCtrl *c, HGraph *level) const { PartitionIslandsKway__(c, level); }
   };
   Uncoarsen__(ctrl, orggraph, graph, KwayLevel());
 }
@@ -75,8 +75,8 @@ void ReleaseKwayWork__(HGraph *graph) {
            &graph->crinfo, &graph->nrdata, &graph->kpwgts, &graph->kslot, &graph->islandmap);
 }
 
-bool RefineForKwayObjective__(PartCtrl *ctrl, HGraph *graph, int npasses) {
-  const ObjectiveEntry *objective = FindObjective(ctrl->RType);
+bool RefineForKwayObjective__(const PartCtrl *ctrl, HGraph *graph, int npasses) {
+  const ObjectiveEntry *objective = FindObjective(ctrl->run->now.RType);
   if (objective == nullptr) return false;
   objective->refine(ctrl, graph, npasses);
   return true;

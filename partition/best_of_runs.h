@@ -25,23 +25,24 @@ struct BestOfRunsResult {
 // Method supplies:
 //   int Impossible(const HGraph *graph): an objective no partition reaches;
 //   int KeptSlots(const PartCtrl *ctrl): partitions kept for the final V-cycles (Vcycle 1);
-//   void PartitionPruned(PartCtrl *ctrl, HGraph *pgraph): one run's coarsen, initial partition
+//   void PartitionPruned(const PartCtrl *ctrl, HGraph *pgraph): one run's coarsen, initial
+//   partition
 //     and refinement of the pruned hypergraph;
 //   void TraceRun(const PartCtrl *ctrl, int run, const HGraph *pgraph): the first words of the
-//   run's trace line; void Adopt(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph): the pruned
+//   run's trace line; void Adopt(const PartCtrl *ctrl, HGraph *graph, HGraph *pgraph): the pruned
 //   partition taken over
 //     onto the full hypergraph (and refined there when hyperedges were pruned);
-//   float Balance(PartCtrl *ctrl, HGraph *graph, const int *where);
+//   float Balance(const PartCtrl *ctrl, HGraph *graph, const int *where);
 //   int Objective(const HGraph *graph), void SetObjective(HGraph *graph, int obj);
-//   void VCycles(PartCtrl *ctrl, HGraph *graph): releases the run's level work, then V-cycles;
-//   void ReleaseWork(HGraph *graph): after a final V-cycle;
-//   void PrintRun(PartCtrl *ctrl, int run, HGraph *graph, int obj): the one-line run summary;
-//   void FreeRun(HGraph *graph, HGraph *pgraph): what a run leaves on the two root hypergraphs;
-//   void StartFinalVCycles(HGraph *graph, HGraph *pgraph): before the final V-cycles.
+//   void VCycles(const PartCtrl *ctrl, HGraph *graph): releases the run's level work, then
+//   V-cycles; void ReleaseWork(HGraph *graph): after a final V-cycle; void PrintRun(const PartCtrl
+//   *ctrl, int run, HGraph *graph, int obj): the one-line run summary; void FreeRun(HGraph *graph,
+//   HGraph *pgraph): what a run leaves on the two root hypergraphs; void StartFinalVCycles(HGraph
+//   *graph, HGraph *pgraph): before the final V-cycles.
 // and for the V-cycles (VCycleLoop__):
 //   void OpenVCycleTrace(const PartCtrl *ctrl, const HGraph *graph): the start of the V-cycle
-//   trace; void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest): the way back up
-//   from
+//   trace; void RefineCoarsened(const PartCtrl *ctrl, HGraph *graph, HGraph *coarsest): the way
+//   back up from
 //     a restricted coarsening.
 // CType 1 alternates its two schemes from run to run; any other CType stays as it is.
 inline int RunCType__(int ctype, int run) {
@@ -49,14 +50,15 @@ inline int RunCType__(int ctype, int run) {
 }
 
 template <typename Method>
-BestOfRunsResult SerialRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
+BestOfRunsResult SerialRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
                               const Method &method);
 template <typename Method>
-BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
+BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
                                 const Method &method);
 
 template <typename Method>
-BestOfRunsResult BestOfRuns__(PartCtrl *ctrl, HGraph *graph, int *part, const Method &method) {
+BestOfRunsResult BestOfRuns__(const PartCtrl *ctrl, HGraph *graph, int *part,
+                              const Method &method) {
   CreateIncidentHGraph__(graph);
   HGraph *pgraph = PruneHGraph__(ctrl, graph);
   return ctrl->Parallel ? ParallelRuns__(ctrl, graph, pgraph, part, method)
@@ -65,23 +67,23 @@ BestOfRunsResult BestOfRuns__(PartCtrl *ctrl, HGraph *graph, int *part, const Me
 
 // The runs one after the other, all drawing from the run record's generator, seeded once.
 template <typename Method>
-BestOfRunsResult SerialRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
+BestOfRunsResult SerialRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
                               const Method &method) {
   const int nvtxs = graph->nvtxs;
-  const bool trace = ctrl->dbglvl & DBG_TRACE;
+  const bool trace = ctrl->run->now.dbglvl & DBG_TRACE;
   const int impossible = method.Impossible(graph);
   int best = impossible, bestpruned = impossible;
   long long total = 0;
-  ctrl->MaxCellWgt = ComputeMaxCellWgt__(ctrl, nvtxs, graph->cellwgt);
+  ctrl->run->now.MaxCellWgt = ComputeMaxCellWgt__(ctrl, nvtxs, graph->cellwgt);
 
   KeepSlots keep;
   if (ctrl->Vcycle == 1) InitKeepSlots__(&keep, method.KeptSlots(ctrl), nvtxs, impossible);
 
-  const int oldCType = ctrl->CType;
+  const int oldCType = ctrl->run->now.CType;
   InitRandom__(&ctrl->run->rng, ctrl->Seed);
 
   for (int run = 0; run < ctrl->Nruns; run++) {
-    ctrl->CType = RunCType__(oldCType, run);
+    ctrl->run->now.CType = RunCType__(oldCType, run);
 
     method.PartitionPruned(ctrl, pgraph);
     const int prunedobj = method.Objective(pgraph);
@@ -103,7 +105,7 @@ BestOfRunsResult SerialRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int
       method.VCycles(ctrl, graph);
       obj = method.Objective(graph);
     }
-    if (ctrl->dbglvl & DBG_RUNS) method.PrintRun(ctrl, run, graph, obj);
+    if (ctrl->run->now.dbglvl & DBG_RUNS) method.PrintRun(ctrl, run, graph, obj);
 
     total += obj;
     if (obj < best) {
@@ -114,7 +116,7 @@ BestOfRunsResult SerialRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int
     method.FreeRun(graph, pgraph);
     ReportRunDone__(ctrl);
   }
-  ctrl->CType = oldCType;
+  ctrl->run->now.CType = oldCType;
 
   if (ctrl->Vcycle == 1) {
     graph->where = imalloc__(nvtxs, "BestOfRuns: where");
@@ -150,30 +152,30 @@ struct ParallelRun {
 // its V-cycles (which depend on the best run before it) run, and the best is kept. The result is
 // the same whatever the number of threads.
 template <typename Method>
-BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
+BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, int *part,
                                 const Method &method) {
   const int nvtxs = graph->nvtxs, nruns = ctrl->Nruns;
-  const bool trace = ctrl->dbglvl & DBG_TRACE;
+  const bool trace = ctrl->run->now.dbglvl & DBG_TRACE;
   const int impossible = method.Impossible(graph);
   int best = impossible, bestpruned = impossible;
   long long total = 0;
-  ctrl->MaxCellWgt = ComputeMaxCellWgt__(ctrl, nvtxs, graph->cellwgt);
+  ctrl->run->now.MaxCellWgt = ComputeMaxCellWgt__(ctrl, nvtxs, graph->cellwgt);
 
   KeepSlots keep;
   if (ctrl->Vcycle == 1) InitKeepSlots__(&keep, method.KeptSlots(ctrl), nvtxs, impossible);
 
-  const int oldCType = ctrl->CType;
+  const int oldCType = ctrl->run->now.CType;
   auto *runs = static_cast<ParallelRun *>(
       RVmalloc__(static_cast<long long>(sizeof(ParallelRun)) * nruns, "ParallelRuns: runs"));
   ForEachTask__(ctrl->Sched, nruns, [&](int r) {
     ParallelRun &pr = runs[r];
-    InitRunState__(&pr.run, 0);
-    SeedStream__(&pr.run.rng, ctrl->Seed, ctrl->Place, r);
+    InitTaskRunState__(&pr.run, ctrl->run);
+    SeedStream__(&pr.run.rng, ctrl->Seed, ctrl->run->now.Place, r);
     pr.out = OutputBuffer{nullptr, 0, 0};
     pr.run.out = &pr.out;
     PartCtrl c = *ctrl;
     c.run = &pr.run;
-    c.CType = RunCType__(oldCType, r);
+    pr.run.now.CType = RunCType__(oldCType, r);
 
     HGraph *pg = CopyRunGraph__(pgraph);
     HGraph *g = CreateRunView__(graph);
@@ -198,7 +200,9 @@ BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, i
     pr.run.out = ctrl->run->out;
     PartCtrl c = *ctrl;
     c.run = &pr.run;
-    c.CType = RunCType__(oldCType, r);
+    // The V-cycles go by the values this run started from, not by what its task left.
+    pr.run.now = ctrl->run->now;
+    pr.run.now.CType = RunCType__(oldCType, r);
 
     const bool improved = pr.prunedobj < bestpruned;
     if (improved) bestpruned = pr.prunedobj;
@@ -214,7 +218,7 @@ BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, i
       method.VCycles(&c, graph);
       obj = method.Objective(graph);
     }
-    if (c.dbglvl & DBG_RUNS) method.PrintRun(&c, r, graph, obj);
+    if (c.run->now.dbglvl & DBG_RUNS) method.PrintRun(&c, r, graph, obj);
 
     total += obj;
     if (obj < best) {
@@ -239,8 +243,9 @@ BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, i
     } slots[3];
     ForEachTask__(ctrl->Sched, keep.count, [&](int i) {
       FinalSlot &slot = slots[i];
-      InitRunState__(&slot.run, 0);
-      SeedStream__(&slot.run.rng, ctrl->Seed, ctrl->Place, static_cast<int64_t>(nruns) + i);
+      InitTaskRunState__(&slot.run, ctrl->run);
+      SeedStream__(&slot.run.rng, ctrl->Seed, ctrl->run->now.Place,
+                   static_cast<int64_t>(nruns) + i);
       slot.out = OutputBuffer{nullptr, 0, 0};
       slot.run.out = &slot.out;
       PartCtrl c = *ctrl;
@@ -276,18 +281,18 @@ BestOfRunsResult ParallelRuns__(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph, i
 // alternately by CType 0 and 1 to 1000 vertices), each refined back; they stop after two cycles
 // in a row without a better objective. Returns the objective reached.
 template <typename Method>
-int VCycleLoop__(PartCtrl *ctrl, HGraph *graph, int maxcycles, const Method &method) {
-  const int oldCoarsenTo = ctrl->CoarsenTo, oldCType = ctrl->CType;
+int VCycleLoop__(const PartCtrl *ctrl, HGraph *graph, int maxcycles, const Method &method) {
+  const int oldCoarsenTo = ctrl->run->now.CoarsenTo, oldCType = ctrl->run->now.CType;
   // Re-coarsening stops early: the partition is already good, only local structure is left.
-  ctrl->CoarsenTo = 1000;
+  ctrl->run->now.CoarsenTo = 1000;
 
   int best = method.Objective(graph), lastgain = -1;
-  if (ctrl->dbglvl & DBG_TRACE) method.OpenVCycleTrace(ctrl, graph);
+  if (ctrl->run->now.dbglvl & DBG_TRACE) method.OpenVCycleTrace(ctrl, graph);
   for (int i = 0; i < maxcycles; i++) {
-    ctrl->CType = i % 2;
+    ctrl->run->now.CType = i % 2;
     HGraph *coarsest = CCoarsen__(ctrl, graph);
     method.RefineCoarsened(ctrl, graph, coarsest);
-    if (ctrl->dbglvl & DBG_TRACE) {
+    if (ctrl->run->now.dbglvl & DBG_TRACE) {
       Printf__(ctrl, "%d ", method.Objective(graph));
       Flush__(ctrl);
     }
@@ -299,10 +304,10 @@ int VCycleLoop__(PartCtrl *ctrl, HGraph *graph, int maxcycles, const Method &met
       break;
     }
   }
-  if (ctrl->dbglvl & DBG_TRACE) Printf__(ctrl, "(min = %d)]\n", method.Objective(graph));
+  if (ctrl->run->now.dbglvl & DBG_TRACE) Printf__(ctrl, "(min = %d)]\n", method.Objective(graph));
 
-  ctrl->CoarsenTo = oldCoarsenTo;
-  ctrl->CType = oldCType;
+  ctrl->run->now.CoarsenTo = oldCoarsenTo;
+  ctrl->run->now.CType = oldCType;
   return method.Objective(graph);
 }
 

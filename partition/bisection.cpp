@@ -20,8 +20,8 @@ void ReleaseLevelWork(HGraph *graph) {
            &graph->ndeg[0], &graph->ndeg[1], &graph->islandmap);
 }
 
-void RefineFull(PartCtrl *ctrl, HGraph *graph) {
-  if (ctrl->HeavyCells)
+void RefineFull(const PartCtrl *ctrl, HGraph *graph) {
+  if (ctrl->run->now.HeavyCells)
     Refine_FM2__(ctrl, graph, kFullRefinePasses);
   else
     Refine_FM__(ctrl, graph, kFullRefinePasses);
@@ -29,7 +29,7 @@ void RefineFull(PartCtrl *ctrl, HGraph *graph) {
 
 }  // namespace
 
-HGraph *PruneHGraph__(PartCtrl *ctrl, HGraph *graph) {
+HGraph *PruneHGraph__(const PartCtrl *ctrl, HGraph *graph) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
 
@@ -58,17 +58,17 @@ HGraph *PruneHGraph__(PartCtrl *ctrl, HGraph *graph) {
   return sgraph;
 }
 
-int ComputeMaxCellWgt__(PartCtrl *ctrl, int nvtxs, const int *cellwgt) {
+int ComputeMaxCellWgt__(const PartCtrl *ctrl, int nvtxs, const int *cellwgt) {
   int total = iasum__(nvtxs, cellwgt);
-  const int limit = (2 * total) / ctrl->CoarsenTo;
+  const int limit = (2 * total) / ctrl->run->now.CoarsenTo;
   int nheavy = 0;
   for (int v = 0; v < nvtxs; v++)
     if (cellwgt[v] > limit) {
       nheavy++;
       total -= cellwgt[v];
     }
-  ctrl->HeavyCells = nheavy > 0 ? 1 : 0;
-  return (2 * total) / (ctrl->CoarsenTo - nheavy);
+  ctrl->run->now.HeavyCells = nheavy > 0 ? 1 : 0;
+  return (2 * total) / (ctrl->run->now.CoarsenTo - nheavy);
 }
 
 int ComputeActualCut__(const HGraph *graph, const int *where) {
@@ -111,7 +111,7 @@ struct Bisection {
     const int wanted = ctrl->Nruns > 10 ? 3 : 1;
     return wanted > ctrl->Nruns ? ctrl->Nruns : wanted;
   }
-  void PartitionPruned(PartCtrl *ctrl, HGraph *pgraph) const {
+  void PartitionPruned(const PartCtrl *ctrl, HGraph *pgraph) const {
     HGraph *coarsest = Coarsen__(ctrl, pgraph);
     InitPartition__(ctrl, coarsest);
     Refine__(ctrl, pgraph, coarsest);
@@ -119,8 +119,8 @@ struct Bisection {
   void TraceRun(const PartCtrl *ctrl, int run, const HGraph *pgraph) const {
     Printf__(ctrl, "    Cut of trial %4d:\t %6d ", run, pgraph->mincut);
   }
-  void Adopt(PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) const {
-    const bool trace = ctrl->dbglvl & DBG_TRACE;
+  void Adopt(const PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) const {
+    const bool trace = ctrl->run->now.dbglvl & DBG_TRACE;
     if (pgraph->nhedges < graph->nhedges) {
       AllocateRefinementMemory__(graph);
       RVfree__(&graph->where);
@@ -141,17 +141,17 @@ struct Bisection {
       pgraph->where = nullptr;
     }
   }
-  float Balance(PartCtrl *, HGraph *graph, const int *where) const {
+  float Balance(const PartCtrl *, HGraph *graph, const int *where) const {
     return ComputeBalance__(graph, where);
   }
   int Objective(const HGraph *graph) const { return graph->mincut; }
   void SetObjective(HGraph *graph, int obj) const { graph->mincut = obj; }
-  void VCycles(PartCtrl *ctrl, HGraph *graph) const {
+  void VCycles(const PartCtrl *ctrl, HGraph *graph) const {
     ReleaseLevelWork(graph);
     VCycleRefinement__(ctrl, graph, kVCycles);
   }
   void ReleaseWork(HGraph *graph) const { ReleaseLevelWork(graph); }
-  void PrintRun(PartCtrl *ctrl, int run, HGraph *graph, int obj) const {
+  void PrintRun(const PartCtrl *ctrl, int run, HGraph *graph, int obj) const {
     Printf__(ctrl, "    Cut of trial %4d:\t %6d [%4.2f]\n", run, obj,
              ComputeBalance__(graph, graph->where));
   }
@@ -163,22 +163,22 @@ struct Bisection {
   void OpenVCycleTrace(const PartCtrl *ctrl, const HGraph *) const {
     Printf__(ctrl, "          [");
   }
-  void RefineCoarsened(PartCtrl *ctrl, HGraph *graph, HGraph *coarsest) const {
+  void RefineCoarsened(const PartCtrl *ctrl, HGraph *graph, HGraph *coarsest) const {
     Refine__(ctrl, graph, coarsest);
   }
 };
 
 }  // namespace
 
-int VCycleRefinement__(PartCtrl *ctrl, HGraph *graph, int maxcycles) {
+int VCycleRefinement__(const PartCtrl *ctrl, HGraph *graph, int maxcycles) {
   return VCycleLoop__(ctrl, graph, maxcycles, Bisection());
 }
 
-int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection) {
-  const bool summary = ctrl->dbglvl & (DBG_BISECT | DBG_TRACE);
+int Hypergraph_Bisection__(const PartCtrl *ctrl, HGraph *graph, int *bisection) {
+  const bool summary = ctrl->run->now.dbglvl & (DBG_BISECT | DBG_TRACE);
   if (summary)
     Printf__(ctrl, "\n  Bisecting a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
-             graph->nvtxs, graph->nhedges, ctrl->TargetFrac);
+             graph->nvtxs, graph->nhedges, ctrl->run->now.TargetFrac);
 
   const BestOfRunsResult result = BestOfRuns__(ctrl, graph, bisection, Bisection());
   const int bestcut = result.best;

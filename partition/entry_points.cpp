@@ -101,18 +101,18 @@ void ValidateControl(const PartCtrl *ctrl, int nparts, int ubfactor) {
   if (OutOfRange(ctrl->Fixed, 0, 1)) errexit__("Fixed should be between 0 and 1.\n");
 }
 
-// Starts the run's total timer (timers only run with the timing debug bit).
-void StartRun(PartCtrl *ctrl) {
-  if (ctrl->dbglvl & DBG_TIME) {
-    InitTimers__(ctrl);
-    starttimer__(ctrl, ctrl->TotalTmr);
-  }
+// Starts the run's values from the settings, now final, and its total timer (timers only run
+// with the timing debug bit).
+void StartRun(const PartCtrl *ctrl) {
+  InitRunValues__(&ctrl->run->now, ctrl);
+  InitTimers__(&ctrl->run->time);
+  starttimer__(ctrl, ctrl->run->time.TotalTmr);
 }
 
 // Stops the total timer, prints the timers when asked and releases the run's copy.
 void FinishRun(PartCtrl *ctrl, HGraph *graph) {
-  stoptimer__(ctrl, ctrl->TotalTmr);
-  if (ctrl->dbglvl & DBG_TIME) PrintTimers__(ctrl, 0);
+  stoptimer__(ctrl, ctrl->run->time.TotalTmr);
+  if (ctrl->run->now.dbglvl & DBG_TIME) PrintTimers__(&ctrl->run->time, 0);
   FreeHGraph__(graph);
 }
 
@@ -167,7 +167,6 @@ Scheduler *ApplySetup(PartCtrl *ctrl, const RunSetup &setup, int nvtxs, const in
   // One seed for the whole call: every stream derives from it, whatever runs when.
   if (ctrl->Seed < 0) ctrl->Seed = ClockSeed__();
   ctrl->Parallel = 1;
-  ctrl->Place = 0;
   // What draws outside the bisections' runs (the k-way polish after the recursion) has its own
   // stream too.
   SeedStream__(&ctrl->run->rng, ctrl->Seed, -1, 0);
@@ -193,10 +192,10 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
 
-  starttimer__(&ctrl, ctrl.MultilevelTmr);
+  starttimer__(&ctrl, ctrl.run->time.MultilevelTmr);
   const int cut = MultilevelPartition__(&ctrl, graph, part);
   if (edgecut) *edgecut = cut;
-  stoptimer__(&ctrl, ctrl.MultilevelTmr);
+  stoptimer__(&ctrl, ctrl.run->time.MultilevelTmr);
   FinishRun(&ctrl, graph);
 }
 
@@ -204,7 +203,7 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
 // islands are placed by weight alone, so a part may still be above it. Returns the objective of
 // the final partition.
 int KeepBoundAfterTrials(PartCtrl *ctrl, HGraph *graph, int *part) {
-  const bool soed = ctrl->RType == 2;
+  const bool soed = ctrl->run->now.RType == 2;
   EnforcePartBound__(ctrl, graph, part, soed);
   return soed ? ComputeActualSOED__(graph, part) : ComputeActualCut__(graph, part);
 }
@@ -232,14 +231,14 @@ void PartKway(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int
   graph->nfixed = 0;
   // The k-way refiners bound every part by a multiple of the average part weight (with a bound
   // to keep, by the bound, and the factor only keeps parts from growing too light).
-  ctrl.UBfactor =
+  ctrl.run->now.UBfactor =
       static_cast<float>(ctrl.Imbalance > 0 ? 1 + ctrl.Imbalance : 1 + ubfactor / 100.0);
 
-  starttimer__(&ctrl, ctrl.MultilevelTmr);
+  starttimer__(&ctrl, ctrl.run->time.MultilevelTmr);
   int best = MultilevelKwayPartition__(&ctrl, graph, part);
   if (ctrl.Imbalance > 0) best = KeepBoundAfterTrials(&ctrl, graph, part);
   if (objective) *objective = best;
-  stoptimer__(&ctrl, ctrl.MultilevelTmr);
+  stoptimer__(&ctrl, ctrl.run->time.MultilevelTmr);
   FinishRun(&ctrl, graph);
 }
 
@@ -319,8 +318,14 @@ void PartRecursiveInRun__(RunState *run, int nvtxs, int nhedges, const int *vwgt
                           double imbalance, const int *options, int *part, int *edgecut) {
   RunSetup setup;
   setup.imbalance = imbalance;
+  // The inner run goes by its own settings; the caller's values and timers are its own again
+  // afterwards.
+  const RunValues now = run->now;
+  const RunTimers time = run->time;
   PartRecursive(run, nvtxs, nhedges, vwgts, eptr, eind, hewgts, nparts, ubfactor, options, part,
                 edgecut, false, setup);
+  run->now = now;
+  run->time = time;
 }
 
 }  // namespace hypra
@@ -473,21 +478,21 @@ extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const
   SharedRun shared;
   PartCtrl ctrl = MakeControl(2, ubfactor, options, false);
   ctrl.run = &shared.run;
-  ctrl.TargetFrac = 0.5f;
   ValidateHypergraph__(nvtxs, nhedges, eptr, eind);
   ValidateWeights__(nvtxs, nhedges, vwgts, eptr, hewgts);
   ValidateParts__(nvtxs, part, 0, 1, "the side");
 
   StartRun(&ctrl);
+  ctrl.run->now.TargetFrac = 0.5f;
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
   graph->nfixed = 0;
   CreateIncidentHGraph__(graph);
   AllocateRefinementMemory__(graph);
   icopy__(nvtxs, part, graph->where);
 
-  starttimer__(&ctrl, ctrl.MultilevelTmr);
+  starttimer__(&ctrl, ctrl.run->time.MultilevelTmr);
   Refine_FM__(&ctrl, graph, kRefinePasses);
-  stoptimer__(&ctrl, ctrl.MultilevelTmr);
+  stoptimer__(&ctrl, ctrl.run->time.MultilevelTmr);
 
   icopy__(nvtxs, graph->where, part);
   if (edgecut) *edgecut = graph->mincut;

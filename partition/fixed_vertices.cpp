@@ -6,7 +6,7 @@
 
 namespace hypra {
 
-void CompressFixedCells__(PartCtrl *ctrl, HGraph *graph, const int *fixpart) {
+void CompressFixedCells__(const PartCtrl *ctrl, HGraph *graph, const int *fixpart) {
   const int nvtxs = graph->nvtxs, nparts = ctrl->Nparts;
 
   int nfree = 0;
@@ -41,7 +41,7 @@ void CompressFixedCells__(PartCtrl *ctrl, HGraph *graph, const int *fixpart) {
   RVfree__(&cgraph->incptr, &cgraph->incind, &cgraph->adjwgt, &cgraph->edgewgt);
 }
 
-void ProjectFixedCells__(PartCtrl *ctrl, HGraph *graph, int *part, const int *cpart) {
+void ProjectFixedCells__(const PartCtrl *ctrl, HGraph *graph, int *part, const int *cpart) {
   const int nparts = ctrl->Nparts;
   int *imap = ismalloc__(nparts, -1, "ProjectFixedCells: imap");
   for (int i = 0; i < nparts; i++) imap[cpart[i]] = i;

@@ -64,7 +64,7 @@ float BisectionTolerance__(const PartCtrl *ctrl, const HGraph *graph, int nparts
 
   const int d = Levels(nparts);
   const double g = std::pow(room, 1.0 / d);
-  const double frac = ctrl->TargetFrac;
+  const double frac = ctrl->run->now.TargetFrac;
   const double margin = 1 + 1e-6 * total;
   const double u1 =
       frac - (total - SideLimit(total, nparts, nparts - nleft, g, d) + margin) / total;

@@ -42,7 +42,7 @@ int RunTrapped__(Body &&body) {
   return status;
 }
 
-int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part);
+int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part);
 // Reseeds the sequence that the library's entry points continue on this thread (the two-way
 // refiner draws from it without reseeding).
 void SeedSharedSequence__(unsigned int seed);
@@ -52,8 +52,8 @@ void SeedSharedSequence__(unsigned int seed);
 void PartRecursiveInRun__(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int *eptr,
                           const int *eind, const int *hewgts, int nparts, int ubfactor,
                           double imbalance, const int *options, int *part, int *edgecut);
-int MLRB__(PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset);
-void SplitGraphPart__(PartCtrl *ctrl, HGraph *graph, const int *bisection, HGraph *lgraph,
+int MLRB__(const PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset);
+void SplitGraphPart__(const PartCtrl *ctrl, HGraph *graph, const int *bisection, HGraph *lgraph,
                       HGraph *rgraph);
 
 // The bounded-imbalance mode. PartWeightBound__ is the heaviest a part may be:
@@ -63,15 +63,15 @@ void SplitGraphPart__(PartCtrl *ctrl, HGraph *graph, const int *bisection, HGrap
 int PartWeightBound__(long long total, int nparts, double imbalance);
 float BisectionTolerance__(const PartCtrl *ctrl, const HGraph *graph, int nparts, int nleft);
 
-int Hypergraph_Bisection__(PartCtrl *ctrl, HGraph *graph, int *bisection);
-HGraph *PruneHGraph__(PartCtrl *ctrl, HGraph *graph);
-int ComputeMaxCellWgt__(PartCtrl *ctrl, int nvtxs, const int *cellwgt);
-int VCycleRefinement__(PartCtrl *ctrl, HGraph *graph, int maxcycles);
+int Hypergraph_Bisection__(const PartCtrl *ctrl, HGraph *graph, int *bisection);
+HGraph *PruneHGraph__(const PartCtrl *ctrl, HGraph *graph);
+int ComputeMaxCellWgt__(const PartCtrl *ctrl, int nvtxs, const int *cellwgt);
+int VCycleRefinement__(const PartCtrl *ctrl, HGraph *graph, int maxcycles);
 int ComputeActualCut__(const HGraph *graph, const int *where);
 float ComputeBalance__(const HGraph *graph, const int *where);
 
-void CompressFixedCells__(PartCtrl *ctrl, HGraph *graph, const int *fixpart);
-void ProjectFixedCells__(PartCtrl *ctrl, HGraph *graph, int *part, const int *cpart);
+void CompressFixedCells__(const PartCtrl *ctrl, HGraph *graph, const int *fixpart);
+void ProjectFixedCells__(const PartCtrl *ctrl, HGraph *graph, int *part, const int *cpart);
 
 // Best-of-runs bookkeeping shared with direct k-way partitioning. Whether a run that reached
 // `obj` deserves V-cycles (Vcycle 2 or 3), judged against the best objective before it.

@@ -41,16 +41,17 @@ int *IdentityLabel(int nvtxs) {
 // Improves the partition p of h as a whole, allowing no part to grow heavier (relative to the
 // average) than the recursion left the heaviest one; in the bounded-imbalance mode, heavier than
 // the bound, after the parts above it have been brought within it.
-int RefineAfterRecursion(PartCtrl *ctrl, HGraph *h, int *p) {
-  const int oldRType = ctrl->RType;
-  ctrl->RType = 1;
+int RefineAfterRecursion(const PartCtrl *ctrl, HGraph *h, int *p) {
+  const int oldRType = ctrl->run->now.RType;
+  ctrl->run->now.RType = 1;
 
   int *kpwgts = ismalloc__(ctrl->Nparts, 0, "MultilevelPartition: kpwgts");
   for (int v = 0; v < h->nvtxs; v++) kpwgts[p[v]] += h->cellwgt[v];
   const int heaviest =
       ctrl->Imbalance > 0 ? ctrl->MaxPartWgt : kpwgts[iamax__(ctrl->Nparts, kpwgts)];
   const int total = iasum__(ctrl->Nparts, kpwgts);
-  ctrl->UBfactor = static_cast<float>(static_cast<double>(ctrl->Nparts) * heaviest / total);
+  ctrl->run->now.UBfactor =
+      static_cast<float>(static_cast<double>(ctrl->Nparts) * heaviest / total);
 
   AllocateKwayRefinementMemory__(ctrl, h);
   icopy__(h->nvtxs, p, h->where);
@@ -64,7 +65,7 @@ int RefineAfterRecursion(PartCtrl *ctrl, HGraph *h, int *p) {
 
   icopy__(h->nvtxs, h->where, p);
   const int cut = h->mincut;
-  ctrl->RType = oldRType;
+  ctrl->run->now.RType = oldRType;
   RVfree__(&kpwgts);
   return cut;
 }
@@ -72,7 +73,7 @@ int RefineAfterRecursion(PartCtrl *ctrl, HGraph *h, int *p) {
 // The last word of the bounded-imbalance mode on a finished partition: parts still above the
 // bound (a bisection that missed its tolerance, islands placed by weight alone) are rebalanced.
 // Returns the partition's cut, recomputed since the rebalancer may have changed it.
-int KeepBoundAfterRecursion(PartCtrl *ctrl, HGraph *h, int *p, int cut) {
+int KeepBoundAfterRecursion(const PartCtrl *ctrl, HGraph *h, int *p, int cut) {
   if (ctrl->Imbalance <= 0) return cut;
   EnforcePartBound__(ctrl, h, p, false);
   return ComputeActualCut__(h, p);
@@ -80,7 +81,7 @@ int KeepBoundAfterRecursion(PartCtrl *ctrl, HGraph *h, int *p, int cut) {
 
 }  // namespace
 
-void SplitGraphPart__(PartCtrl *ctrl, HGraph *graph, const int *bisection, HGraph *lgraph,
+void SplitGraphPart__(const PartCtrl *ctrl, HGraph *graph, const int *bisection, HGraph *lgraph,
                       HGraph *rgraph) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
@@ -164,7 +165,7 @@ void SplitGraphPart__(PartCtrl *ctrl, HGraph *graph, const int *bisection, HGrap
 
   // The left side takes the first super-vertices, which keep their leading positions because
   // renumbering preserves vertex order.
-  lgraph->nfixed = static_cast<int>(graph->nfixed * ctrl->TargetFrac + 0.4);
+  lgraph->nfixed = static_cast<int>(graph->nfixed * ctrl->run->now.TargetFrac + 0.4);
   rgraph->nfixed = graph->nfixed - lgraph->nfixed;
 
   RVfree__(&rename);
@@ -174,8 +175,8 @@ namespace {
 
 // The parallel mode's two halves of a split, side by side: each with a control record and a run
 // record of its own, its lines kept until both are done and then shown left before right.
-int BothSides(PartCtrl *ctrl, HGraph *lgraph, HGraph *rgraph, int *part, int nleft, int nright,
-              int offset) {
+int BothSides(const PartCtrl *ctrl, HGraph *lgraph, HGraph *rgraph, int *part, int nleft,
+              int nright, int offset) {
   struct Side {
     HGraph *graph;
     int nparts, offset, cut;
@@ -185,7 +186,7 @@ int BothSides(PartCtrl *ctrl, HGraph *lgraph, HGraph *rgraph, int *part, int nle
                 {rgraph, nright, offset + nleft, 0, {}, {nullptr, 0, 0}}};
   ForEachTask__(ctrl->Sched, 2, [&](int i) {
     Side &side = sides[i];
-    InitRunState__(&side.run, 0);
+    InitTaskRunState__(&side.run, ctrl->run);
     side.run.out = &side.out;
     PartCtrl c = *ctrl;
     c.run = &side.run;
@@ -201,12 +202,13 @@ int BothSides(PartCtrl *ctrl, HGraph *lgraph, HGraph *rgraph, int *part, int nle
 
 }  // namespace
 
-int MLRB__(PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset) {
+int MLRB__(const PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset) {
   const int nleft = nparts / 2;
-  ctrl->TargetFrac = static_cast<float>(static_cast<double>(nleft) / nparts);
-  if (ctrl->Imbalance > 0) ctrl->UBfactor = BisectionTolerance__(ctrl, graph, nparts, nleft);
+  ctrl->run->now.TargetFrac = static_cast<float>(static_cast<double>(nleft) / nparts);
+  if (ctrl->Imbalance > 0)
+    ctrl->run->now.UBfactor = BisectionTolerance__(ctrl, graph, nparts, nleft);
   // Each bisection of the recursion has its own (offset, nparts), hence its own streams.
-  ctrl->Place = static_cast<int64_t>(offset) * 4294967296LL + nparts;
+  ctrl->run->now.Place = static_cast<int64_t>(offset) * 4294967296LL + nparts;
 
   int *bisection = imalloc__(graph->nvtxs, "MLRB: bisection");
   const int cut = Hypergraph_Bisection__(ctrl, graph, bisection);
@@ -235,7 +237,7 @@ int MLRB__(PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset) {
   return cut + leftcut + rightcut;
 }
 
-int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
+int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
   const bool kway = ctrl->Nparts > 2 && ctrl->KwayRefine;
 
   if (!ctrl->Fixed) {

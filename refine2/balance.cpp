@@ -23,7 +23,7 @@ void RecomputeSideWeights(HGraph *graph) {
 
 }  // namespace
 
-void Balance__(PartCtrl *ctrl, HGraph *graph) {
+void Balance__(const PartCtrl *ctrl, HGraph *graph) {
   const int nvtxs = graph->nvtxs, nfixed = graph->nfixed;
   int *where = graph->where, *gain = graph->gain, *pwgts = graph->pwgts;
   const int *cellwgt = graph->cellwgt;
@@ -39,7 +39,7 @@ void Balance__(PartCtrl *ctrl, HGraph *graph) {
   int *moved = ismalloc__(nvtxs, -1, "FM_Refine: perm");
   int *perm = imalloc__(nvtxs, "FM_Refine: perm");
 
-  starttimer__(ctrl, ctrl->InitRefTmr);
+  starttimer__(ctrl, ctrl->run->time.InitRefTmr);
   ComputeInitGains__(graph);
   PQueueReset__(&queues[0]);
   PQueueReset__(&queues[1]);
@@ -52,14 +52,14 @@ void Balance__(PartCtrl *ctrl, HGraph *graph) {
     else
       PQueueInsert__(&queues[where[v]], v, gain[v]);
   }
-  stoptimer__(ctrl, ctrl->InitRefTmr);
+  stoptimer__(ctrl, ctrl->run->time.InitRefTmr);
 
-  if (ctrl->dbglvl & DBG_REFINE)
+  if (ctrl->run->now.dbglvl & DBG_REFINE)
     Printf__(ctrl, "Partitions[B]: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d]\n",
              queues[0].nitems, pwgts[0], queues[1].nitems, pwgts[1], cut, ComputeCut__(graph),
              b.min0);
 
-  starttimer__(ctrl, ctrl->IterTmr);
+  starttimer__(ctrl, ctrl->run->time.IterTmr);
   for (int nswaps = 0; nswaps < nvtxs; nswaps++) {
     const int top0 = PQueueSeeMax__(&queues[0]);
     const int top1 = PQueueSeeMax__(&queues[1]);
@@ -94,7 +94,7 @@ void Balance__(PartCtrl *ctrl, HGraph *graph) {
 
     if (refine2::IsBalanced(pwgts, b)) break;
   }
-  stoptimer__(ctrl, ctrl->IterTmr);
+  stoptimer__(ctrl, ctrl->run->time.IterTmr);
 
   graph->mincut = cut;
   PQueueFree__(&queues[0]);

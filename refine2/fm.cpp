@@ -84,7 +84,7 @@ void FreeScratch(Scratch *s) {
 
 // Empties both queues, unlocks every vertex and queues the movable ones on their sides in a
 // fresh random order; fixed vertices stay locked for the pass.
-void FillQueues(PartCtrl *ctrl, HGraph *graph, Scratch *s) {
+void FillQueues(const PartCtrl *ctrl, HGraph *graph, Scratch *s) {
   const int nvtxs = graph->nvtxs, nfixed = graph->nfixed;
   const int *where = graph->where, *gain = graph->gain;
   PQueueReset__(&s->queues[0]);
@@ -247,7 +247,7 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
 // Once that bound exceeds the best cut no later point can be recorded, and with `canstop` the
 // pass ends there: the moves it skips would all be undone.
 template <bool kConstrained>
-int FMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, bool canstop,
+int FMMoves(const PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, bool canstop,
             int *bestcut, int *mincutorder) {
   const int nvtxs = graph->nvtxs;
   int *gain = graph->gain, *pwgts = graph->pwgts;
@@ -284,7 +284,7 @@ int FMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, bo
       }
     }
 
-    if (ctrl->dbglvl & DBG_MOVES) {
+    if (ctrl->run->now.dbglvl & DBG_MOVES) {
       if constexpr (kConstrained)
         Printf__(ctrl, "Gains from moving %8d from %2d: %4d, \tNewcut: %d [%6d %6d %6d]\n", v, from,
                  gain[v], newcut, cellwgt[v], pwgts[0], pwgts[1]);
@@ -303,14 +303,14 @@ int FMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, bo
 // Whether a pass may end as soon as no later point can beat its best: not when every move is
 // traced, and not with negative hyperedge weights, where the locked-cut bound does not hold.
 bool PassMayEndEarly(const PartCtrl *ctrl, const HGraph *graph) {
-  if (ctrl->dbglvl & DBG_MOVES) return false;
+  if (ctrl->run->now.dbglvl & DBG_MOVES) return false;
   for (int e = 0; e < graph->nhedges; e++)
     if (graph->netwgt[e] < 0) return false;
   return true;
 }
 
 template <bool kConstrained>
-void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
+void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   const int nfixed = graph->nfixed;
   int *where = graph->where, *pwgts = graph->pwgts;
 
@@ -321,7 +321,7 @@ void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
   const bool canstop = PassMayEndEarly(ctrl, graph);
   int nkept = 0;  // moves the previous pass kept
   for (int pass = 0; pass < npasses; pass++) {
-    starttimer__(ctrl, ctrl->InitRefTmr);
+    starttimer__(ctrl, ctrl->run->time.InitRefTmr);
     // The side weights stay exact through the undo; pin counts, gains and the cut are computed
     // afresh on the first pass and derived from the previous pass's start afterwards (which
     // moves the saved start along with them).
@@ -335,32 +335,32 @@ void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
     const int initcut = graph->mincut;
     FillQueues(ctrl, graph, &s);
     StartPlainPass(graph, &s);
-    if ((ctrl->dbglvl & DBG_REFINE) && pass == 0)
+    if ((ctrl->run->now.dbglvl & DBG_REFINE) && pass == 0)
       Printf__(ctrl,
                kConstrained ? "Partitions2: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d %d]\n"
                             : "Partitions: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d %d]\n",
                s.queues[0].nitems, pwgts[0], s.queues[1].nitems, pwgts[1], initcut,
                ComputeCut__(graph), b.min0, b.min1);
-    stoptimer__(ctrl, ctrl->InitRefTmr);
+    stoptimer__(ctrl, ctrl->run->time.InitRefTmr);
 
-    starttimer__(ctrl, ctrl->IterTmr);
+    starttimer__(ctrl, ctrl->run->time.IterTmr);
     int bestcut, mincutorder;
     const int nmoves =
         FMMoves<kConstrained>(ctrl, graph, &s, b, initcut, canstop, &bestcut, &mincutorder);
-    stoptimer__(ctrl, ctrl->IterTmr);
+    stoptimer__(ctrl, ctrl->run->time.IterTmr);
 
-    starttimer__(ctrl, ctrl->WrapUpTmr);
+    starttimer__(ctrl, ctrl->run->time.WrapUpTmr);
     for (int i = mincutorder + 1; i < nmoves; i++) {
       const int v = s.swaps[i];
       const int from = where[v];
       FlipVertex(graph, v, from, (from + 1) % 2);
     }
-    if (ctrl->dbglvl & DBG_REFINE)
+    if (ctrl->run->now.dbglvl & DBG_REFINE)
       Printf__(ctrl, "\tMinimum Cut: %8d at %5d [%6d %6d]\n", bestcut, mincutorder, pwgts[0],
                pwgts[1]);
     graph->mincut = bestcut;
     nkept = mincutorder + 1;
-    stoptimer__(ctrl, ctrl->WrapUpTmr);
+    stoptimer__(ctrl, ctrl->run->time.WrapUpTmr);
     if (bestcut == initcut) break;
   }
   FreeScratch(&s);
@@ -369,7 +369,7 @@ void RefineFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses) {
 // One pass's move loop of the early-exit refiners. Sets last to the index of the last move that
 // stands (a move taken back at once does not count).
 template <bool kConstrained>
-void EEFMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int limit, int initcut,
+void EEFMMoves(const PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int limit, int initcut,
                int *bestcut, int *mincutorder, int *last) {
   const int nvtxs = graph->nvtxs;
   int *where = graph->where, *gain = graph->gain, *pwgts = graph->pwgts;
@@ -420,7 +420,7 @@ void EEFMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int limit, i
       break;
     }
 
-    if (ctrl->dbglvl & DBG_MOVES)
+    if (ctrl->run->now.dbglvl & DBG_MOVES)
       Printf__(ctrl, "Gains from moving %8d from %2d: %4d, \tNewcut: %d\n", v, from, gain[v],
                newcut);
 
@@ -436,7 +436,7 @@ void EEFMMoves(PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int limit, i
 }
 
 template <bool kConstrained>
-void RefineEEFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) {
+void RefineEEFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) {
   const int nvtxs = graph->nvtxs;
   int *where = graph->where, *gain = graph->gain, *pwgts = graph->pwgts;
   const int limit = static_cast<int>(static_cast<float>(nvtxs) * fraction);
@@ -444,27 +444,27 @@ void RefineEEFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) 
   Scratch s;
   CreateScratch(graph, &s, false);
 
-  starttimer__(ctrl, ctrl->InitRefTmr);
+  starttimer__(ctrl, ctrl->run->time.InitRefTmr);
   ComputeInitGains__(graph);
-  stoptimer__(ctrl, ctrl->InitRefTmr);
+  stoptimer__(ctrl, ctrl->run->time.InitRefTmr);
 
   for (int pass = 0; pass < npasses; pass++) {
-    starttimer__(ctrl, ctrl->InitRefTmr);
+    starttimer__(ctrl, ctrl->run->time.InitRefTmr);
     const Bounds b = refine2::BalanceBounds(ctrl, pwgts);
     const int initcut = graph->mincut;
     FillQueues(ctrl, graph, &s);
-    if ((ctrl->dbglvl & DBG_REFINE) && pass == 0)
+    if ((ctrl->run->now.dbglvl & DBG_REFINE) && pass == 0)
       Printf__(ctrl, "Partitions: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d]\n",
                s.queues[0].nitems, pwgts[0], s.queues[1].nitems, pwgts[1], initcut,
                ComputeCut__(graph), b.min0);
-    stoptimer__(ctrl, ctrl->InitRefTmr);
+    stoptimer__(ctrl, ctrl->run->time.InitRefTmr);
 
-    starttimer__(ctrl, ctrl->IterTmr);
+    starttimer__(ctrl, ctrl->run->time.IterTmr);
     int bestcut, mincutorder, last;
     EEFMMoves<kConstrained>(ctrl, graph, &s, b, limit, initcut, &bestcut, &mincutorder, &last);
-    stoptimer__(ctrl, ctrl->IterTmr);
+    stoptimer__(ctrl, ctrl->run->time.IterTmr);
 
-    starttimer__(ctrl, ctrl->WrapUpTmr);
+    starttimer__(ctrl, ctrl->run->time.WrapUpTmr);
     // Undo move by move, so that gains and pin counts describe the bisection that is kept.
     for (int i = last; i > mincutorder; i--) {
       const int v = s.swaps[i];
@@ -474,11 +474,11 @@ void RefineEEFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) 
       refine2::UpdateMove(
           graph, v, from, to, [](int) { return true; }, [](int, int) {});
     }
-    if (ctrl->dbglvl & DBG_REFINE)
+    if (ctrl->run->now.dbglvl & DBG_REFINE)
       Printf__(ctrl, "\tMinimum Cut: %8d [%8d] at %5d [%6d %6d]\n", bestcut, ComputeCut__(graph),
                mincutorder, pwgts[0], pwgts[1]);
     graph->mincut = bestcut;
-    stoptimer__(ctrl, ctrl->WrapUpTmr);
+    stoptimer__(ctrl, ctrl->run->time.WrapUpTmr);
     if (bestcut == initcut) break;
   }
   FreeScratch(&s);
@@ -486,19 +486,19 @@ void RefineEEFMImpl(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) 
 
 }  // namespace
 
-void Refine_FM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
+void Refine_FM__(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   RefineFMImpl<false>(ctrl, graph, npasses);
 }
 
-void Refine_FM2__(PartCtrl *ctrl, HGraph *graph, int npasses) {
+void Refine_FM2__(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   RefineFMImpl<true>(ctrl, graph, npasses);
 }
 
-void Refine_EEFM__(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) {
+void Refine_EEFM__(const PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) {
   RefineEEFMImpl<false>(ctrl, graph, npasses, fraction);
 }
 
-void Refine_EEFM2__(PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) {
+void Refine_EEFM2__(const PartCtrl *ctrl, HGraph *graph, int npasses, float fraction) {
   RefineEEFMImpl<true>(ctrl, graph, npasses, fraction);
 }
 

@@ -6,17 +6,17 @@
 
 namespace hypra {
 
-void InitPartition__(PartCtrl *ctrl, HGraph *graph) {
+void InitPartition__(const PartCtrl *ctrl, HGraph *graph) {
   // The tries would flood the output with refinement lines; only the per-try summary is wanted.
-  const int dbglvl = ctrl->dbglvl;
-  ctrl->dbglvl &= ~(DBG_REFINE | DBG_MOVES);
-  starttimer__(ctrl, ctrl->InitPartTmr);
+  const int dbglvl = ctrl->run->now.dbglvl;
+  ctrl->run->now.dbglvl &= ~(DBG_REFINE | DBG_MOVES);
+  starttimer__(ctrl, ctrl->run->time.InitPartTmr);
   Random_FMPartition__(ctrl, graph);
-  stoptimer__(ctrl, ctrl->InitPartTmr);
-  ctrl->dbglvl = dbglvl;
+  stoptimer__(ctrl, ctrl->run->time.InitPartTmr);
+  ctrl->run->now.dbglvl = dbglvl;
 }
 
-void Random_FMPartition__(PartCtrl *ctrl, HGraph *graph) {
+void Random_FMPartition__(const PartCtrl *ctrl, HGraph *graph) {
   AllocateRefinementMemory__(graph);
   const int nvtxs = graph->nvtxs, nfixed = graph->nfixed;
   if (nvtxs == 0) return;
@@ -29,9 +29,9 @@ void Random_FMPartition__(PartCtrl *ctrl, HGraph *graph) {
   int *bestwhere = imalloc__(nvtxs, "Random_FMPartition: graph->where");
 
   const int tpwgt0 =
-      static_cast<int>(static_cast<float>(iasum__(nvtxs, cellwgt)) * ctrl->TargetFrac);
-  const int nfixed0 =
-      static_cast<int>(static_cast<double>(static_cast<float>(nfixed) * ctrl->TargetFrac) + 0.4);
+      static_cast<int>(static_cast<float>(iasum__(nvtxs, cellwgt)) * ctrl->run->now.TargetFrac);
+  const int nfixed0 = static_cast<int>(
+      static_cast<double>(static_cast<float>(nfixed) * ctrl->run->now.TargetFrac) + 0.4);
   const int ntries = ctrl->KwayRefine ? 20 : 10;
 
   int bestcut = 0;
@@ -56,19 +56,19 @@ void Random_FMPartition__(PartCtrl *ctrl, HGraph *graph) {
     }
 
     Balance__(ctrl, graph);
-    if (ctrl->HeavyCells)
+    if (ctrl->run->now.HeavyCells)
       Refine_FM2__(ctrl, graph, 10);
     else
       Refine_FM__(ctrl, graph, 10);
 
-    if (ctrl->dbglvl & DBG_INITPART)
+    if (ctrl->run->now.dbglvl & DBG_INITPART)
       Printf__(ctrl, "%5d %5d %5d\n", graph->pwgts[0], graph->pwgts[1], graph->mincut);
     if (trial == 0 || graph->mincut < bestcut) {
       bestcut = graph->mincut;
       icopy__(nvtxs, where, bestwhere);
     }
   }
-  if (ctrl->dbglvl & DBG_INITPART) Printf__(ctrl, "Bestcut Icut: %5d\n", bestcut);
+  if (ctrl->run->now.dbglvl & DBG_INITPART) Printf__(ctrl, "Bestcut Icut: %5d\n", bestcut);
 
   icopy__(nvtxs, bestwhere, where);
   graph->mincut = bestcut;

@@ -19,10 +19,11 @@ struct Bounds {
 inline Bounds BalanceBounds(const PartCtrl *ctrl, const int *pwgts) {
   const int total = pwgts[0] + pwgts[1];
   Bounds b;
-  b.min0 = static_cast<int>((ctrl->TargetFrac - ctrl->UBfactor) * static_cast<float>(total));
-  b.min1 = static_cast<int>(
-      (1.0 - static_cast<double>(ctrl->TargetFrac) - static_cast<double>(ctrl->UBfactor)) *
-      static_cast<double>(total));
+  b.min0 = static_cast<int>((ctrl->run->now.TargetFrac - ctrl->run->now.UBfactor) *
+                            static_cast<float>(total));
+  b.min1 = static_cast<int>((1.0 - static_cast<double>(ctrl->run->now.TargetFrac) -
+                             static_cast<double>(ctrl->run->now.UBfactor)) *
+                            static_cast<double>(total));
   return b;
 }
 

@@ -10,7 +10,7 @@ namespace hypra {
 using refine2::Bounds;
 using refine2::FlipVertex;
 
-void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
+void Refine_OneWayFM__(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   const int nvtxs = graph->nvtxs, nfixed = graph->nfixed;
   int *where = graph->where, *gain = graph->gain, *pwgts = graph->pwgts;
   const int *cellwgt = graph->cellwgt;
@@ -21,9 +21,9 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
   int *swaps = imalloc__(nvtxs, "FM_Refine: swaps");
   int *perm = imalloc__(nvtxs, "FM_Refine: perm");
 
-  starttimer__(ctrl, ctrl->InitRefTmr);
+  starttimer__(ctrl, ctrl->run->time.InitRefTmr);
   ComputeInitGains__(graph);
-  stoptimer__(ctrl, ctrl->InitRefTmr);
+  stoptimer__(ctrl, ctrl->run->time.InitRefTmr);
   const Bounds b = refine2::BalanceBounds(ctrl, pwgts);
 
   // The heavier side gives first; later passes alternate so that each direction gets its turn.
@@ -32,7 +32,7 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
     const int to = 1 - from;
     const int frombound = refine2::SideBound(b, from);
 
-    starttimer__(ctrl, ctrl->InitRefTmr);
+    starttimer__(ctrl, ctrl->run->time.InitRefTmr);
     PQueueReset__(&queue);
     const int initcut = graph->mincut;
     int bestcut = initcut, newcut = initcut, mincutorder = -1;
@@ -47,13 +47,13 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
       else
         PQueueInsert__(&queue, v, gain[v]);
     }
-    stoptimer__(ctrl, ctrl->InitRefTmr);
+    stoptimer__(ctrl, ctrl->run->time.InitRefTmr);
 
-    if ((ctrl->dbglvl & DBG_REFINE) && pass == 0)
+    if ((ctrl->run->now.dbglvl & DBG_REFINE) && pass == 0)
       Printf__(ctrl, "1-way Partitions: [%6d %8d %8d] Initial Cut: %8d [%d] [%d %d]\n",
                queue.nitems, pwgts[from], pwgts[to], initcut, ComputeCut__(graph), b.min0, b.min1);
 
-    starttimer__(ctrl, ctrl->IterTmr);
+    starttimer__(ctrl, ctrl->run->time.IterTmr);
     int nswaps;
     for (nswaps = 0; nswaps < nvtxs; nswaps++) {
       const int v = PQueueGetMax__(&queue);
@@ -81,7 +81,7 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
         }
       }
 
-      if (ctrl->dbglvl & DBG_MOVES)
+      if (ctrl->run->now.dbglvl & DBG_MOVES)
         Printf__(ctrl, "Gains from moving %8d from %2d: %4d, \tNewcut: %d\n", v, from, gain[v],
                  newcut);
 
@@ -93,9 +93,9 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
           });
     }
     const int last = nswaps - 1;
-    stoptimer__(ctrl, ctrl->IterTmr);
+    stoptimer__(ctrl, ctrl->run->time.IterTmr);
 
-    starttimer__(ctrl, ctrl->WrapUpTmr);
+    starttimer__(ctrl, ctrl->run->time.WrapUpTmr);
     for (int i = last; i > mincutorder; i--) {
       const int v = swaps[i];
       if (moved[v] == nvtxs) continue;
@@ -104,11 +104,11 @@ void Refine_OneWayFM__(PartCtrl *ctrl, HGraph *graph, int npasses) {
       refine2::UpdateMove(
           graph, v, to, from, [](int) { return true; }, [](int, int) {});
     }
-    if (ctrl->dbglvl & DBG_REFINE)
+    if (ctrl->run->now.dbglvl & DBG_REFINE)
       Printf__(ctrl, "\tMinimum Cut: %8d [%8d] at %5d [%6d %6d] [%d]\n", bestcut,
                ComputeCut__(graph), mincutorder, pwgts[0], pwgts[1], from);
     graph->mincut = bestcut;
-    stoptimer__(ctrl, ctrl->WrapUpTmr);
+    stoptimer__(ctrl, ctrl->run->time.WrapUpTmr);
 
     // An even pass never ends the call, so both directions are always tried.
     if ((pass % 2) == 1 && bestcut == initcut) break;

@@ -8,8 +8,8 @@ namespace hypra {
 namespace {
 
 // Ten passes of FM, in the variant that copes with heavy vertices when there are any.
-void FullFM(PartCtrl *ctrl, HGraph *graph) {
-  if (ctrl->HeavyCells)
+void FullFM(const PartCtrl *ctrl, HGraph *graph) {
+  if (ctrl->run->now.HeavyCells)
     Refine_FM2__(ctrl, graph, 10);
   else
     Refine_FM__(ctrl, graph, 10);
@@ -17,7 +17,7 @@ void FullFM(PartCtrl *ctrl, HGraph *graph) {
 
 // The two-way refiners, by RType. Codes 1 to 3 are the ones a caller may choose; 5 (always the
 // heavy-vertex FM) and 10 (no refinement) serve the engine's own callers.
-using LevelRefiner = void (*)(PartCtrl *ctrl, HGraph *graph, int coarselevel);
+using LevelRefiner = void (*)(const PartCtrl *ctrl, HGraph *graph, int coarselevel);
 
 struct RefinerEntry {
   int rtype;
@@ -26,18 +26,18 @@ struct RefinerEntry {
 };
 
 constexpr RefinerEntry kRefiners[] = {
-    {1, "FM", [](PartCtrl *ctrl, HGraph *graph, int) { FullFM(ctrl, graph); }},
+    {1, "FM", [](const PartCtrl *ctrl, HGraph *graph, int) { FullFM(ctrl, graph); }},
     {2, "1WayFM",
-     [](PartCtrl *ctrl, HGraph *graph, int) {
+     [](const PartCtrl *ctrl, HGraph *graph, int) {
        Refine_OneWayFM__(ctrl, graph, 10);
        FullFM(ctrl, graph);
      }},
     // The cheap early-exit refiners serve the fine levels, where most of the work lies; the two
     // levels next to the coarsest still get full FM.
     {3, "EEFM",
-     [](PartCtrl *ctrl, HGraph *graph, int coarselevel) {
+     [](const PartCtrl *ctrl, HGraph *graph, int coarselevel) {
        if (graph->level < coarselevel - 2) {
-         if (ctrl->HeavyCells)
+         if (ctrl->run->now.HeavyCells)
            Refine_EEFM2__(ctrl, graph, 3, 0.1f);
          else
            Refine_EEFM__(ctrl, graph, 3, 0.1f);
@@ -45,8 +45,8 @@ constexpr RefinerEntry kRefiners[] = {
          FullFM(ctrl, graph);
        }
      }},
-    {5, "FM2", [](PartCtrl *ctrl, HGraph *graph, int) { Refine_FM2__(ctrl, graph, 10); }},
-    {10, "none", [](PartCtrl *, HGraph *, int) {}},
+    {5, "FM2", [](const PartCtrl *ctrl, HGraph *graph, int) { Refine_FM2__(ctrl, graph, 10); }},
+    {10, "none", [](const PartCtrl *, HGraph *, int) {}},
 };
 constexpr int kPublicRefiners = 3;  // codes 1 .. 3
 
@@ -58,17 +58,17 @@ const RefinerEntry *FindRefiner(int rtype) {
 
 // Balances, then refines one level by the refiner RType selects; coarselevel is the level of
 // the coarsest graph.
-void RefineLevel(PartCtrl *ctrl, HGraph *graph, int coarselevel) {
+void RefineLevel(const PartCtrl *ctrl, HGraph *graph, int coarselevel) {
   Balance__(ctrl, graph);
-  const RefinerEntry *refiner = FindRefiner(ctrl->RType);
-  if (refiner == nullptr) errexit__("Unknown refinement type: %d\n", ctrl->RType);
+  const RefinerEntry *refiner = FindRefiner(ctrl->run->now.RType);
+  if (refiner == nullptr) errexit__("Unknown refinement type: %d\n", ctrl->run->now.RType);
   refiner->refine(ctrl, graph, coarselevel);
 }
 
 }  // namespace
 
-void ProjectPartition__(PartCtrl *ctrl, HGraph *coarse) {
-  starttimer__(ctrl, ctrl->ProjectTmr);
+void ProjectPartition__(const PartCtrl *ctrl, HGraph *coarse) {
+  starttimer__(ctrl, ctrl->run->time.ProjectTmr);
   HGraph *fine = coarse->finer;
   if (fine == nullptr) errexit__("ProjectPartition: the hypergraph has no finer level");
   AllocateRefinementMemory__(fine);
@@ -77,21 +77,21 @@ void ProjectPartition__(PartCtrl *ctrl, HGraph *coarse) {
   for (int v = 0; v < fine->nvtxs; v++) where[v] = cwhere[cellmap[v]];
   FreeHGraph__(coarse);
   fine->coarser = nullptr;
-  stoptimer__(ctrl, ctrl->ProjectTmr);
+  stoptimer__(ctrl, ctrl->run->time.ProjectTmr);
 }
 
-void Refine__(PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest) {
+void Refine__(const PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest) {
   // Levels between the coarsest and its two finer neighbours get different refiners (RType 3).
   struct TwoWayLevel {
     int coarselevel;
-    void Project(PartCtrl *c, HGraph *coarse) const { ProjectPartition__(c, coarse); }
-    void Refine(PartCtrl *c, HGraph *graph) const {
+    void Project(const PartCtrl *c, HGraph *coarse) const { ProjectPartition__(c, coarse); }
+    void Refine(const PartCtrl *c, HGraph *graph) const {
       if (graph->nvtxs <= 0)
         ComputeInitGains__(graph);
       else
         RefineLevel(c, graph, coarselevel);
     }
-    void PlaceIslands(PartCtrl *, HGraph *graph) const { PartitionIslands__(graph); }
+    void PlaceIslands(const PartCtrl *, HGraph *graph) const { PartitionIslands__(graph); }
   };
   Uncoarsen__(ctrl, orggraph, coarsest, TwoWayLevel{coarsest->level});
 }

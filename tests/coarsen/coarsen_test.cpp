@@ -52,7 +52,7 @@ TEST(Coarsen, ProgressRule) {
 TEST(Coarsen, EdgeSchemeStopsAtTheFirstFailingLevel) {
   HGraph *g = Path(200);
   PartCtrl ctrl = MakeCtrl(5, g);
-  ctrl.MaxCellWgt = 1;  // no pair fits
+  ctrl.run->now.MaxCellWgt = 1;  // no pair fits
   testrun::Seed(1);
   HGraph *c = Coarsen__(&ctrl, g);
   EXPECT_EQ(Depth(c), 1);
@@ -64,7 +64,7 @@ TEST(Coarsen, OtherSchemesGetOneSecondChance) {
   for (int ctype : {1, 2, 3, 4, 6, 7}) {
     HGraph *g = Path(200);
     PartCtrl ctrl = MakeCtrl(ctype, g);
-    ctrl.MaxCellWgt = 1;
+    ctrl.run->now.MaxCellWgt = 1;
     testrun::Seed(1);
     HGraph *c = Coarsen__(&ctrl, g);
     EXPECT_EQ(Depth(c), 2) << ctype;
@@ -81,8 +81,8 @@ TEST(Coarsen, TraceLinesAndSlowProgressMessage) {
   for (int ctype : {5, 1}) {
     HGraph *g = Path(101);
     PartCtrl ctrl = MakeCtrl(ctype, g);
-    ctrl.MaxCellWgt = 1;
-    ctrl.dbglvl = DBG_COARSEN;
+    ctrl.run->now.MaxCellWgt = 1;
+    ctrl.run->now.dbglvl = DBG_COARSEN;
     testrun::Seed(1);
     testing::internal::CaptureStdout();
     Coarsen__(&ctrl, g);
@@ -96,7 +96,7 @@ TEST(Coarsen, TraceLinesAndSlowProgressMessage) {
   // Normal end: a newline after the last trace line.
   HGraph *g = Path(101);
   PartCtrl ctrl = MakeCtrl(5, g);
-  ctrl.dbglvl = DBG_COARSEN;
+  ctrl.run->now.dbglvl = DBG_COARSEN;
   testrun::Seed(1);
   testing::internal::CaptureStdout();
   HGraph *c = Coarsen__(&ctrl, g);
@@ -128,7 +128,7 @@ std::vector<std::vector<int>> ReplayStars(HGraph *g, PartCtrl *ctrl, int switchA
   std::vector<KeyValue> vpairs(n);
   std::vector<std::vector<int>> maps;
   HGraph *cur = g;
-  for (int built = 0; ctrl->CoarsenTo < cur->nvtxs && built < 7; built++) {
+  for (int built = 0; ctrl->run->now.CoarsenTo < cur->nvtxs && built < 7; built++) {
     SeparateIslands__(cur);
     Match_EdgesStars__(ctrl, cur, perm.data(), htable.data(), vpairs.data(),
                        built < switchAt ? 1 : 0);

@@ -96,7 +96,7 @@ TEST(PartitionIslands, LighterSideThenTieToSideOne) {
 
 TEST(PartitionIslandsKway, SmallestPartFirstTiesToLowest) {
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
+  ctrl.run = testrun::Fresh();
   ctrl.Nparts = 3;
   HGraph *g = testgraphs::Make(5, {{0, 1}}, {}, {1, 1, 2, 2, 2});
   SeparateIslands__(g);

@@ -15,10 +15,10 @@ PartCtrl MakeCtrl(int maxcellwgt) {
   return testgraphs::Ctrl(0, maxcellwgt);
 }
 
-using Scheme = void (*)(PartCtrl *, HGraph *, int *, int *, KeyValue *);
+using Scheme = void (*)(const PartCtrl *, HGraph *, int *, int *, KeyValue *);
 
 // Runs one scheme on g with the driver's scratch sizes.
-void RunScheme(Scheme scheme, PartCtrl *ctrl, HGraph *g) {
+void RunScheme(Scheme scheme, const PartCtrl *ctrl, HGraph *g) {
   const int n = std::max(g->nvtxs, g->nhedges);
   std::vector<int> perm(n), htable(2 * n, -1);
   std::vector<KeyValue> vpairs(n);

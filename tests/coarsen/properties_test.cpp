@@ -193,7 +193,7 @@ TEST(CoarsenTiming, Ibm10HeavyFirst) {
       "ibm10: %d vertices, %d hyperedges, %d pins coarsened to %d vertices in %d levels: "
       "%.3f s\n",
       g->nvtxs + g->nislands, g->nhedges, pins, c->nvtxs, c->level, elapsed);
-  EXPECT_LE(c->nvtxs, ctrl.CoarsenTo * 2);
+  EXPECT_LE(c->nvtxs, ctrl.run->now.CoarsenTo * 2);
   testgraphs::FreeChain(g);
 }
 

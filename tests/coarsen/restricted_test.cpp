@@ -90,7 +90,7 @@ TEST(CCoarsen, FirstSlowLevelEndsWithoutSecondChance) {
   for (int ctype : {0, 1}) {
     HGraph *g = PathWithWhere(200);
     PartCtrl ctrl = MakeCtrl(ctype, 1);
-    ctrl.dbglvl = DBG_COARSEN;
+    ctrl.run->now.dbglvl = DBG_COARSEN;
     testrun::Seed(3);
     testing::internal::CaptureStdout();
     HGraph *c = CCoarsen__(&ctrl, g);

@@ -27,11 +27,11 @@ inline HGraph *ReadBench(const std::string &path) {
 // and hyperedge-size limit.
 inline PartCtrl Ctrl(int ctype, int maxcellwgt, int maxnetsize = 50) {
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
-  ctrl.CoarsenTo = 100;
+  ctrl.run = testrun::Fresh();
+  ctrl.run->now.CoarsenTo = 100;
   ctrl.MaxNetSize = maxnetsize;
-  ctrl.CType = ctype;
-  ctrl.MaxCellWgt = maxcellwgt;
+  ctrl.run->now.CType = ctype;
+  ctrl.run->now.MaxCellWgt = maxcellwgt;
   return ctrl;
 }
 

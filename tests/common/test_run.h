@@ -19,6 +19,15 @@ inline RunState *Run() {
   return &holder.run;
 }
 
+// The test run with the values a run goes by cleared (a test sets the ones it needs) and its
+// timers at zero; its generator carries on.
+inline RunState *Fresh() {
+  RunState *run = Run();
+  run->now = RunValues{};
+  InitTimers__(&run->time);
+  return run;
+}
+
 // Reseeds the test run's generator as a run would with this seed.
 inline void Seed(int64_t seed) {
   InitRandom__(&Run()->rng, seed);

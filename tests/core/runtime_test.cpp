@@ -92,16 +92,15 @@ TEST(Runtime, SecondsIsMonotoneCpuTime) {
 }
 
 TEST(Runtime, TimersPrintExactLayout) {
-  PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
-  ctrl.TotalTmr = 99;
-  InitTimers__(&ctrl);
-  EXPECT_EQ(ctrl.TotalTmr, 0.0);
-  ctrl.MultilevelTmr = 1.5;
-  ctrl.RefTmr = 0.25;
-  ctrl.TotalTmr = 2.0;
+  RunTimers time{};
+  time.TotalTmr = 99;
+  InitTimers__(&time);
+  EXPECT_EQ(time.TotalTmr, 0.0);
+  time.MultilevelTmr = 1.5;
+  time.RefTmr = 0.25;
+  time.TotalTmr = 2.0;
   testing::internal::CaptureStdout();
-  PrintTimers__(&ctrl, 0);
+  PrintTimers__(&time, 0);
   std::string plain = testing::internal::GetCapturedStdout();
   EXPECT_EQ(plain,
             "\nTiming Information ---------------------------------------------------------"
@@ -116,7 +115,7 @@ TEST(Runtime, TimersPrintExactLayout) {
             "\n Total: \t\t   2.000"
             "\n----------------------------------------------------------------------------");
   testing::internal::CaptureStdout();
-  PrintTimers__(&ctrl, 1);
+  PrintTimers__(&time, 1);
   std::string detailed = testing::internal::GetCapturedStdout();
   EXPECT_NE(detailed.find("\n        Refinement: \t\t\t   0.250"
                           "\n            Initialize: \t\t\t   0.000"
@@ -128,12 +127,12 @@ TEST(Runtime, TimersPrintExactLayout) {
 
 TEST(Runtime, TimersRunOnlyWithTheTimerBit) {
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
+  ctrl.run = testrun::Fresh();
   double tmr = 0;
   starttimer__(&ctrl, tmr);
   stoptimer__(&ctrl, tmr);
   EXPECT_EQ(tmr, 0.0);
-  ctrl.dbglvl = DBG_TIME;
+  ctrl.run->now.dbglvl = DBG_TIME;
   starttimer__(&ctrl, tmr);
   EXPECT_LT(tmr, 0.0);
   stoptimer__(&ctrl, tmr);

@@ -42,17 +42,17 @@ HGraph *KwayInput(const Hypergraph &h) {
 
 PartCtrl MakeCtrl(int nparts, int nruns, int vcycle, int rtype, int dbglvl) {
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
-  ctrl.CoarsenTo = 100;
+  ctrl.run = testrun::Fresh();
+  ctrl.run->now.CoarsenTo = 100;
   ctrl.MaxNetSize = 50;
-  ctrl.CType = 1;
-  ctrl.RType = rtype;
+  ctrl.run->now.CType = 1;
+  ctrl.run->now.RType = rtype;
   ctrl.Nruns = nruns;
   ctrl.Vcycle = vcycle;
   ctrl.Seed = 7;
-  ctrl.dbglvl = dbglvl;
+  ctrl.run->now.dbglvl = dbglvl;
   ctrl.Nparts = nparts;
-  ctrl.UBfactor = 1.1f;
+  ctrl.run->now.UBfactor = 1.1f;
   return ctrl;
 }
 

@@ -16,7 +16,7 @@ int CountOf(const std::string &text, const std::string &what) {
   return n;
 }
 
-using Refiner = void (*)(PartCtrl *, HGraph *, int);
+using Refiner = void (*)(const PartCtrl *, HGraph *, int);
 
 TEST(KwayPasses, NothingMovesWhenEveryPartIsFull) {
   // Three parts of ten unit vertices; u = 1.05 puts maxpwgt at 10 and minpwgt at 9.
@@ -25,7 +25,7 @@ TEST(KwayPasses, NothingMovesWhenEveryPartIsFull) {
   for (int v = 0; v < 30; v++) where[v] = v / 10;
   for (int i = 0; i < 10; i++) nets.push_back({i, 10 + i});
   PartCtrl ctrl = MakeCtrl(3, 1.05f);
-  ctrl.dbglvl = DBG_REFINE;
+  ctrl.run->now.dbglvl = DBG_REFINE;
   HGraph *g = MakeGraph(30, nets);
   SetPartition(&ctrl, g, where);
   testing::internal::CaptureStdout();
@@ -64,7 +64,7 @@ TEST(KwayPasses, SameVertexMovesWhenMinimumAllowsEmptyPart) {
 // hyperedges {0, 1} and {0, 2}: moving vertex 0 changes neither cut nor connectivity.
 std::string RunZeroGainCase(int w, int *where0) {
   PartCtrl ctrl = MakeCtrl(2, 1.5f);  // maxpwgt 10, minpwgt 4
-  ctrl.dbglvl = DBG_REFINE | DBG_MOVES;
+  ctrl.run->now.dbglvl = DBG_REFINE | DBG_MOVES;
   HGraph *g = MakeGraph(3, {{0, 1}, {0, 2}}, {}, {w, 10 - w, 4});
   SetPartition(&ctrl, g, {0, 0, 1});
   testing::internal::CaptureStdout();
@@ -115,7 +115,7 @@ TEST(KwayPasses, FreeVertexWithTheSameGainMoves) {
 
 void RunNoPasses(Refiner refine, int expected_obj) {
   PartCtrl ctrl = MakeCtrl(3, 1.0f);
-  ctrl.dbglvl = DBG_REFINE;
+  ctrl.run->now.dbglvl = DBG_REFINE;
   HGraph *g = MakeGraph(4, {{0, 1, 2}, {2, 3}}, {2, 3});
   SetPartition(&ctrl, g, {0, 1, 2, 2});
   g->kwayobj = -7;
@@ -147,7 +147,7 @@ int TieTarget(const std::vector<int> &where) {
   PartCtrl ctrl = MakeCtrl(3, 3.0f);
   HGraph *g = MakeGraph(static_cast<int>(where.size()), {{0, 1}, {0, 2}});
   SetPartition(&ctrl, g, where);
-  ctrl.dbglvl = DBG_MOVES;
+  ctrl.run->now.dbglvl = DBG_MOVES;
   testing::internal::CaptureStdout();
   RefineCutKway_Random__(&ctrl, g, 1);
   const std::string out = testing::internal::GetCapturedStdout();
@@ -171,7 +171,7 @@ TEST(KwayPasses, CompleteTieGoesToTheLaterEntry) {
 // three-part hyperedge of weight 3 (toward part 2 or 3).
 std::string FirstMove(Refiner refine) {
   PartCtrl ctrl = MakeCtrl(4, 4.0f);
-  ctrl.dbglvl = DBG_MOVES;
+  ctrl.run->now.dbglvl = DBG_MOVES;
   HGraph *g = MakeGraph(4, {{0, 1}, {0, 2, 3}}, {2, 3});
   SetPartition(&ctrl, g, {0, 1, 2, 3});
   testing::internal::CaptureStdout();
@@ -198,7 +198,7 @@ TEST(KwayPasses, VertexWithMoreInternalThanSoleWeightStays) {
   HGraph *g = MakeGraph(4, {{0, 2}, {0, 1}}, {2, 3});
   g->nfixed = 0;
   SetPartition(&ctrl, g, {0, 0, 1, 1});
-  ctrl.dbglvl = DBG_MOVES;
+  ctrl.run->now.dbglvl = DBG_MOVES;
   testing::internal::CaptureStdout();
   RefineCutKway_Random__(&ctrl, g, 1);
   const std::string out = testing::internal::GetCapturedStdout();

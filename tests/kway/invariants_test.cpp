@@ -37,8 +37,8 @@ struct Bounds {
 };
 
 Bounds BoundsOf(const PartCtrl &ctrl, int tpwgt) {
-  return {static_cast<int>(tpwgt / (ctrl.Nparts * ctrl.UBfactor)),
-          static_cast<int>(ctrl.UBfactor * tpwgt / ctrl.Nparts)};
+  return {static_cast<int>(tpwgt / (ctrl.Nparts * ctrl.run->now.UBfactor)),
+          static_cast<int>(ctrl.run->now.UBfactor * tpwgt / ctrl.Nparts)};
 }
 
 // Checks every tracked quantity against a recomputation from where.
@@ -85,7 +85,7 @@ void CheckRefiner(HGraph *g, int nparts, int nfixed, bool soedref, bool roundrob
   const int tpwgt = iasum__(nparts, pw.data());
   PartCtrl ctrl = MakeCtrl(nparts, static_cast<float>(static_cast<double>(nparts) *
                                                       pw[iamax__(nparts, pw.data())] / tpwgt));
-  ctrl.MaxCellWgt = (2 * tpwgt) / 100;
+  ctrl.run->now.MaxCellWgt = (2 * tpwgt) / 100;
   g->nfixed = nfixed;
   SetPartition(&ctrl, g, where);
   testrun::Seed(seed);

@@ -26,12 +26,12 @@ inline HGraph *MakeGraph(int nvtxs, const std::vector<std::vector<int>> &nets,
 
 inline PartCtrl MakeCtrl(int nparts, float ubfactor) {
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
+  ctrl.run = testrun::Fresh();
   ctrl.Nparts = nparts;
-  ctrl.UBfactor = ubfactor;
-  ctrl.CoarsenTo = 100;
+  ctrl.run->now.UBfactor = ubfactor;
+  ctrl.run->now.CoarsenTo = 100;
   ctrl.MaxNetSize = 50;
-  ctrl.RType = 1;
+  ctrl.run->now.RType = 1;
   return ctrl;
 }
 

@@ -170,7 +170,7 @@ TEST(Rebalance, TrackedObjectivesStayExact) {
       std::vector<int> where(nvtxs);
       for (int v = 0; v < nvtxs; v++) where[v] = rng.Next(3) == 0 ? rng.Next(nparts) : 0;
       PartCtrl ctrl = MakeCtrl(nparts, 1.0f);
-      ctrl.RType = soed ? 2 : 1;
+      ctrl.run->now.RType = soed ? 2 : 1;
       HGraph *g = MakeGraph(nvtxs, nets, wgts);
       Prepare(&ctrl, g, where);
       const int bound = (nvtxs + nparts - 1) / nparts + 2;

@@ -20,7 +20,7 @@ struct TwoLevels {
   HGraph *fine;
   HGraph *coarse;
   TwoLevels(int rtype, std::vector<int> cellwgts) {
-    ctrl.RType = rtype;
+    ctrl.run->now.RType = rtype;
     fine = MakeGraph(5, {{0, 1}, {1, 3}, {3, 4}}, {}, cellwgts);
     SeparateIslands__(fine);
     fine->cellmap = imalloc__(5, "test: cellmap");
@@ -57,7 +57,7 @@ TEST(KwayUncoarsen, NoRefinementStillProjectsAndPlacesIslands) {
 TEST(KwayUncoarsen, RefinedLevelPlacesIslandInLighterPart) {
   // Part 0 weighs 2 + 3, part 1 weighs 1 + 1: the island (weight 4) joins part 1.
   TwoLevels t(1, {2, 3, 4, 1, 1});
-  t.ctrl.UBfactor = 1.0f;  // bounds 5..5 after the island: nothing can move
+  t.ctrl.run->now.UBfactor = 1.0f;  // bounds 5..5 after the island: nothing can move
   RefineKway__(&t.ctrl, t.fine, t.coarse);
   ASSERT_EQ(t.fine->nvtxs, 5);
   const int expected[] = {0, 0, 1, 1, 1};
@@ -105,20 +105,20 @@ HGraph *SmallGraph(PartCtrl *ctrl, std::vector<int> where) {
 
 TEST(KwayVCycle, NoCyclesPrintsOnlyTheBrackets) {
   PartCtrl ctrl = MakeCtrl(2, 1.2f);
-  ctrl.dbglvl = DBG_TRACE;
+  ctrl.run->now.dbglvl = DBG_TRACE;
   HGraph *g = SmallGraph(&ctrl, {0, 0, 0, 1, 1, 1});
   g->kwayobj = 42;
   testing::internal::CaptureStdout();
   EXPECT_EQ(VCycleRefinementKway__(&ctrl, g, 0), 42);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "          [42 (min = 42)]\n");
-  EXPECT_EQ(ctrl.CoarsenTo, 100);
+  EXPECT_EQ(ctrl.run->now.CoarsenTo, 100);
   FreeHGraph__(g);
 }
 
 TEST(KwayVCycle, NoCoarserLevelLeavesPartitionAndStopsAfterTwoCycles) {
   PartCtrl ctrl = MakeCtrl(2, 1.2f);
-  ctrl.dbglvl = DBG_TRACE;
-  ctrl.CType = 5;
+  ctrl.run->now.dbglvl = DBG_TRACE;
+  ctrl.run->now.CType = 5;
   // A poor partition: the cycles would improve it if any level were refined.
   const std::vector<int> where = {0, 1, 0, 1, 0, 1};
   HGraph *g = SmallGraph(&ctrl, where);
@@ -127,8 +127,8 @@ TEST(KwayVCycle, NoCoarserLevelLeavesPartitionAndStopsAfterTwoCycles) {
   EXPECT_EQ(VCycleRefinementKway__(&ctrl, g, 10), 3);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "          [3 3 3 (min = 3)]\n");
   for (int v = 0; v < 6; v++) EXPECT_EQ(g->where[v], where[v]);
-  EXPECT_EQ(ctrl.CoarsenTo, 100);
-  EXPECT_EQ(ctrl.CType, 5);
+  EXPECT_EQ(ctrl.run->now.CoarsenTo, 100);
+  EXPECT_EQ(ctrl.run->now.CType, 5);
   EXPECT_EQ(g->kpwgts, nullptr);
   EXPECT_EQ(g->crinfo, nullptr);
   FreeHGraph__(g);
@@ -163,8 +163,8 @@ TEST(KwayVCycle, UncutPartitionStaysUncutAndStopsAfterTwoCycles) {
   std::vector<int> chainof;
   HGraph *g = ChainGraph(3000, 11, &chainof);
   PartCtrl ctrl = MakeCtrl(4, 1.5f);
-  ctrl.MaxCellWgt = 60;
-  ctrl.dbglvl = DBG_TRACE;
+  ctrl.run->now.MaxCellWgt = 60;
+  ctrl.run->now.dbglvl = DBG_TRACE;
   std::vector<int> where(g->nvtxs);
   for (int v = 0; v < g->nvtxs; v++) where[v] = chainof[v] < 0 ? v % 4 : chainof[v] % 4;
   SetPartition(&ctrl, g, where);
@@ -218,9 +218,9 @@ void CheckVCycle(int k, int rtype, unsigned seed) {
   const int tpwgt = iasum__(k, pw.data());
   PartCtrl ctrl =
       MakeCtrl(k, static_cast<float>(static_cast<double>(k) * pw[iamax__(k, pw.data())] / tpwgt));
-  ctrl.RType = rtype;
-  ctrl.MaxCellWgt = (2 * tpwgt) / 100;
-  ctrl.CType = 3;
+  ctrl.run->now.RType = rtype;
+  ctrl.run->now.MaxCellWgt = (2 * tpwgt) / 100;
+  ctrl.run->now.CType = 3;
   testrun::Seed(seed);
   SetPartition(&ctrl, g, where);
   if (rtype == 1)
@@ -229,7 +229,7 @@ void CheckVCycle(int k, int rtype, unsigned seed) {
     RefineSOEDKway_Random__(&ctrl, g, 10);
   const int before = g->kwayobj;
   RVfree__(&g->nrinfo, &g->crinfo, &g->crdata, &g->nrdata, &g->kpwgts);
-  ctrl.dbglvl = DBG_COARSEN | DBG_TRACE;
+  ctrl.run->now.dbglvl = DBG_COARSEN | DBG_TRACE;
   testing::internal::CaptureStdout();
   const int after = VCycleRefinementKway__(&ctrl, g, 10);
   const std::string trace = testing::internal::GetCapturedStdout();
@@ -243,8 +243,8 @@ void CheckVCycle(int k, int rtype, unsigned seed) {
   for (int v = 0; v < g->nvtxs; v++) ASSERT_TRUE(g->where[v] >= 0 && g->where[v] < k) << v;
   const auto [cut, soed] = CutAndSoed(g);
   EXPECT_EQ(after, rtype == 1 ? cut : soed);
-  EXPECT_EQ(ctrl.CoarsenTo, 100);
-  EXPECT_EQ(ctrl.CType, 3);
+  EXPECT_EQ(ctrl.run->now.CoarsenTo, 100);
+  EXPECT_EQ(ctrl.run->now.CType, 3);
   FreeHGraph__(g);
 }
 
@@ -270,7 +270,7 @@ TEST(KwayVCycleBench, Ibm01NeverAboveItsInputCut) {
   const int tpwgt = iasum__(k, pw.data());
   PartCtrl ctrl =
       MakeCtrl(k, static_cast<float>(static_cast<double>(k) * pw[iamax__(k, pw.data())] / tpwgt));
-  ctrl.MaxCellWgt = (2 * tpwgt) / 100;
+  ctrl.run->now.MaxCellWgt = (2 * tpwgt) / 100;
   testrun::Seed(9);
   SetPartition(&ctrl, g, where);
   RefineCutKway_Random__(&ctrl, g, 10);

@@ -14,18 +14,18 @@ namespace {
 
 PartCtrl BisectionCtrl(int nruns, int vcycle, int dbglvl) {
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
-  ctrl.CoarsenTo = 100;
+  ctrl.run = testrun::Fresh();
+  ctrl.run->now.CoarsenTo = 100;
   ctrl.MaxNetSize = 50;
-  ctrl.CType = 1;
-  ctrl.RType = 1;
+  ctrl.run->now.CType = 1;
+  ctrl.run->now.RType = 1;
   ctrl.Nruns = nruns;
   ctrl.Vcycle = vcycle;
   ctrl.Seed = 3;
-  ctrl.dbglvl = dbglvl;
+  ctrl.run->now.dbglvl = dbglvl;
   ctrl.Nparts = 2;
-  ctrl.TargetFrac = 0.5f;
-  ctrl.UBfactor = 0.05f;
+  ctrl.run->now.TargetFrac = 0.5f;
+  ctrl.run->now.UBfactor = 0.05f;
   return ctrl;
 }
 
@@ -50,8 +50,8 @@ Bisected Bisect(const TestHypergraph &h, PartCtrl ctrl) {
   testing::internal::CaptureStdout();
   b.cut = Hypergraph_Bisection__(&ctrl, g, b.bisection.data());
   b.out = testing::internal::GetCapturedStdout();
-  EXPECT_EQ(ctrl.CType, 1);  // restored
-  EXPECT_EQ(ctrl.CoarsenTo, 100);
+  EXPECT_EQ(ctrl.run->now.CType, 1);  // restored
+  EXPECT_EQ(ctrl.run->now.CoarsenTo, 100);
   FreeHGraph__(g);
   return b;
 }
@@ -114,10 +114,10 @@ TEST(Bisection, HeavyVertexSetsHeavyCellsAndUsesConstrainedFm) {
   std::vector<int> w(100, 1);
   w[5] = 10;  // limit = 2 * 109 / 100 = 2
   EXPECT_EQ(ComputeMaxCellWgt__(&ctrl, 100, w.data()), (2 * 99) / 99);
-  EXPECT_EQ(ctrl.HeavyCells, 1);
+  EXPECT_EQ(ctrl.run->now.HeavyCells, 1);
   std::vector<int> flat(100, 1);
   EXPECT_EQ(ComputeMaxCellWgt__(&ctrl, 100, flat.data()), 2);
-  EXPECT_EQ(ctrl.HeavyCells, 0);
+  EXPECT_EQ(ctrl.run->now.HeavyCells, 0);
 
   TestHypergraph h = RingHypergraph(300, 360, 36);
   h.vwgts[10] = 40;

@@ -144,10 +144,10 @@ TEST(EntryPoints, TwoWayRefineIsTenPassesOfFm) {
   AllocateRefinementMemory__(g);
   icopy__(h.nvtxs, start.data(), g->where);
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
+  ctrl.run = testrun::Fresh();
   ctrl.Nparts = 2;
-  ctrl.UBfactor = static_cast<float>(5 / 100.0);
-  ctrl.TargetFrac = 0.5f;
+  ctrl.run->now.UBfactor = static_cast<float>(5 / 100.0);
+  ctrl.run->now.TargetFrac = 0.5f;
   testrun::Seed(17);
   Refine_FM__(&ctrl, g, 10);
   std::vector<int> expect(g->where, g->where + h.nvtxs);

@@ -15,7 +15,7 @@ TEST(FixedVertices, NothingFixedGivesEmptySuperVerticesInFront) {
   TestHypergraph h = RingHypergraph(10, 12, 41);
   HGraph *g = ToHGraph(h);
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
+  ctrl.run = testrun::Fresh();
   ctrl.Nparts = 3;
   std::vector<int> fix(10, -1);
   CompressFixedCells__(&ctrl, g, fix.data());
@@ -45,7 +45,7 @@ TEST(FixedVertices, AllFixedGivesOneVertexPerPartAndTheFixFileBack) {
 
   HGraph *g = ToHGraph(h);
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
+  ctrl.run = testrun::Fresh();
   ctrl.Nparts = 4;
   CompressFixedCells__(&ctrl, g, fix.data());
   EXPECT_EQ(g->coarser->nvtxs, 4);
@@ -57,7 +57,7 @@ TEST(FixedVertices, ProjectionRelabelsParts) {
   TestHypergraph h = RingHypergraph(6, 5, 43);
   HGraph *g = ToHGraph(h);
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
+  ctrl.run = testrun::Fresh();
   ctrl.Nparts = 3;
   std::vector<int> fix = {0, -1, 2, -1, 1, -1};
   CompressFixedCells__(&ctrl, g, fix.data());

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/test_run.h"
 #include "fixtures.h"
 #include "partition/hypra.h"
 #include "partition/partition.h"
@@ -355,6 +356,7 @@ TEST(Imbalance, BisectionTolerancesCompoundWithinTheBound) {
     for (double eps : {0.01, 0.03, 0.10}) {
       const int total = 100000;
       PartCtrl ctrl{};
+      ctrl.run = testrun::Fresh();
       ctrl.Imbalance = eps;
       ctrl.MaxPartWgt = PartWeightBound__(total, k, eps);
       // The heaviest weight a subtree of `nparts` parts can be handed, following the side that
@@ -364,14 +366,14 @@ TEST(Imbalance, BisectionTolerancesCompoundWithinTheBound) {
         long long Worst(long long weight, int nparts) {
           if (nparts == 1) return weight;
           const int nleft = nparts / 2;
-          ctrl->TargetFrac = static_cast<float>(static_cast<double>(nleft) / nparts);
+          ctrl->run->now.TargetFrac = static_cast<float>(static_cast<double>(nleft) / nparts);
           std::vector<int> wgts(1000, static_cast<int>(weight / 1000));
           wgts[0] += static_cast<int>(weight % 1000);
           HGraph g{};
           g.nvtxs = 1000;
           g.cellwgt = wgts.data();
-          ctrl->UBfactor = BisectionTolerance__(ctrl, &g, nparts, nleft);
-          EXPECT_GT(ctrl->UBfactor, 0.0f);
+          ctrl->run->now.UBfactor = BisectionTolerance__(ctrl, &g, nparts, nleft);
+          EXPECT_GT(ctrl->run->now.UBfactor, 0.0f);
           const int pw[2] = {0, static_cast<int>(weight)};
           const refine2::Bounds b = refine2::BalanceBounds(ctrl, pw);
           const long long left = weight - b.min1, right = weight - b.min0;

@@ -90,9 +90,9 @@ TEST(RecursiveBisection, ReconstructionKeepsOnlyTheSideWithSeveralPins) {
   for (int v = 0; v < 8; v++) g->label[v] = 10 + v;
   std::vector<int> bisection = {0, 0, 0, 0, 1, 1, 1, 1};
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
+  ctrl.run = testrun::Fresh();
   ctrl.Reconst = 1;
-  ctrl.TargetFrac = 0.5f;
+  ctrl.run->now.TargetFrac = 0.5f;
   HGraph *l = CreateHGraph__(), *r = CreateHGraph__();
   SplitGraphPart__(&ctrl, g, bisection.data(), l, r);
   ASSERT_EQ(l->nhedges, 1);  // only {0, 1}
@@ -129,8 +129,8 @@ TEST(RecursiveBisection, WithoutReconstructionCutHyperedgesAreDropped) {
   g->label = imalloc__(4, "test: label");
   std::vector<int> bisection = {0, 0, 1, 1};
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
-  ctrl.TargetFrac = 0.5f;
+  ctrl.run = testrun::Fresh();
+  ctrl.run->now.TargetFrac = 0.5f;
   HGraph *l = CreateHGraph__(), *r = CreateHGraph__();
   SplitGraphPart__(&ctrl, g, bisection.data(), l, r);
   EXPECT_EQ(l->nhedges, 1);

@@ -24,17 +24,17 @@ using testhg::Nets;
 // A control record as a bisection of two equal halves with a 5 % tolerance sets it.
 inline PartCtrl Ctrl(int dbglvl = 0) {
   PartCtrl ctrl{};
-  ctrl.run = testrun::Run();
-  ctrl.CoarsenTo = 100;
-  ctrl.CType = 1;
-  ctrl.RType = 1;
+  ctrl.run = testrun::Fresh();
+  ctrl.run->now.CoarsenTo = 100;
+  ctrl.run->now.CType = 1;
+  ctrl.run->now.RType = 1;
   ctrl.Nruns = 1;
   ctrl.MaxNetSize = 50;
-  ctrl.UBfactor = 0.05f;
+  ctrl.run->now.UBfactor = 0.05f;
   ctrl.Seed = 1;
-  ctrl.dbglvl = dbglvl;
+  ctrl.run->now.dbglvl = dbglvl;
   ctrl.Nparts = 2;
-  ctrl.TargetFrac = 0.5f;
+  ctrl.run->now.TargetFrac = 0.5f;
   return ctrl;
 }
 
@@ -105,8 +105,9 @@ inline void ExpectCutAndWeightsExact(const HGraph *g) {
 // worked out by hand for the totals used in the tests: side 0 in float, side 1 in double.
 inline bool Balanced(const HGraph *g, const PartCtrl &ctrl) {
   const int w = g->pwgts[0] + g->pwgts[1];
-  const int min0 = static_cast<int>((ctrl.TargetFrac - ctrl.UBfactor) * static_cast<float>(w));
-  const int min1 = static_cast<int>((1.0 - ctrl.TargetFrac - ctrl.UBfactor) * w);
+  const int min0 =
+      static_cast<int>((ctrl.run->now.TargetFrac - ctrl.run->now.UBfactor) * static_cast<float>(w));
+  const int min1 = static_cast<int>((1.0 - ctrl.run->now.TargetFrac - ctrl.run->now.UBfactor) * w);
   return g->pwgts[0] >= min0 && g->pwgts[1] >= min1;
 }
 

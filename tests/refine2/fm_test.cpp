@@ -154,7 +154,7 @@ TEST(FM2, PicksAHighGainVertexTheSideCanAfford) {
   // side 0 gives vertex 1.
   HGraph *g = Make(5, {{0, 3, 4}, {1, 4}}, {5, 2}, {3000, 10, 1000, 2000, 2000}, {0, 0, 0, 1, 1});
   PartCtrl ctrl = r2test::Ctrl(DBG_REFINE | DBG_MOVES);
-  ctrl.UBfactor = 0.3f;
+  ctrl.run->now.UBfactor = 0.3f;
   const std::string out = RunFM(&ctrl, g, 1, true);
   EXPECT_EQ(
       out.rfind("Partitions2: [     3,    4010]  [     2,    4000], Initial Cut:        7 ", 0), 0u)

@@ -131,7 +131,7 @@ TEST(InitPartition, RefinementLinesAreSilencedAndDebugLevelRestored) {
   testing::internal::CaptureStdout();
   InitPartition__(&ctrl, g);
   const std::string out = testing::internal::GetCapturedStdout();
-  EXPECT_EQ(ctrl.dbglvl, dbg);
+  EXPECT_EQ(ctrl.run->now.dbglvl, dbg);
   EXPECT_EQ(r2test::Count(out, "Partitions"), 0);
   EXPECT_EQ(r2test::Count(out, "Gains from moving"), 0);
   EXPECT_EQ(r2test::Count(out, "Minimum Cut"), 0);

@@ -103,7 +103,7 @@ TEST(Invariants, EveryRefinerOnGeneratedHypergraphs) {
       SCOPED_TRACE(c.seed);
       HGraph *g = r2test::Random(c.seed, c.nvtxs, c.nhedges, c.maxsize, c.maxcw, c.maxnw, c.nfixed);
       PartCtrl ctrl = r2test::Ctrl();
-      ctrl.UBfactor = c.ubfactor;
+      ctrl.run->now.UBfactor = c.ubfactor;
       testrun::Seed(c.seed * 7 + r);
       Greedy(g);
       CheckRefiner(r, g, ctrl, true);
@@ -149,9 +149,9 @@ TEST(Invariants, RefinersOnBenchmark) {
 void Multilevel(HGraph *g, int rtype) {
   RVfree__(&g->where, &g->gain, &g->ndeg[0], &g->ndeg[1]);
   PartCtrl ctrl = r2test::Ctrl();
-  ctrl.RType = rtype;
+  ctrl.run->now.RType = rtype;
   const int total = iasum__(g->nvtxs, g->cellwgt);
-  ctrl.MaxCellWgt = 2 * total / ctrl.CoarsenTo;
+  ctrl.run->now.MaxCellWgt = 2 * total / ctrl.run->now.CoarsenTo;
   HGraph *coarsest = Coarsen__(&ctrl, g);
   InitPartition__(&ctrl, coarsest);
   const int initcut = coarsest->mincut;

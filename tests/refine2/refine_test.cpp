@@ -86,7 +86,7 @@ TEST(Refine, TypeThreeOnThreeLevelsNeverUsesEarlyExit) {
   HGraph *coarsest;
   HGraph *top = Hierarchy(2, &coarsest, {0, 0, 1, 1});
   PartCtrl ctrl = r2test::Ctrl(DBG_REFINE);
-  ctrl.RType = 3;
+  ctrl.run->now.RType = 3;
   const std::string out = RunRefine(&ctrl, top, coarsest);
   EXPECT_EQ(EarlyExitPasses(out), 0) << out;
   EXPECT_GE(r2test::Count(out, "Minimum Cut"), 2);
@@ -100,7 +100,7 @@ TEST(Refine, TypeThreeUsesEarlyExitMoreThanTwoLevelsBelowCoarsest) {
   HGraph *coarsest;
   HGraph *top = Hierarchy(3, &coarsest, {0, 1});
   PartCtrl ctrl = r2test::Ctrl(DBG_REFINE);
-  ctrl.RType = 3;
+  ctrl.run->now.RType = 3;
   const std::string out = RunRefine(&ctrl, top, coarsest);
   EXPECT_GE(EarlyExitPasses(out), 1) << out;
   EXPECT_EQ(r2test::Count(out, "Initial Cut"), 3);
@@ -124,8 +124,8 @@ TEST(Refine, DispatchFollowsRefinementType) {
     HGraph *coarsest;
     HGraph *top = Hierarchy(1, &coarsest, {0, 1, 0, 1, 0, 1, 0, 1});
     PartCtrl ctrl = r2test::Ctrl(DBG_REFINE);
-    ctrl.RType = c.rtype;
-    ctrl.HeavyCells = c.heavy;
+    ctrl.run->now.RType = c.rtype;
+    ctrl.run->now.HeavyCells = c.heavy;
     const std::string out = RunRefine(&ctrl, top, coarsest);
     EXPECT_EQ(r2test::Count(out, c.marker), c.count) << c.rtype << "\n" << out;
     // Without refinement a balanced level's cut is never computed.
@@ -147,7 +147,7 @@ TEST(Refine, TypeTenBalancesAndPlacesIslandsWithoutRefining) {
   AllocateRefinementMemory__(coarse);
   coarse->where[0] = coarse->where[1] = 0;
   PartCtrl ctrl = r2test::Ctrl();
-  ctrl.RType = 10;
+  ctrl.run->now.RType = 10;
   Refine__(&ctrl, top, coarse);
   // Balancing moves the top of side 0 (position 3, queued last among gains of -1), giving
   // sides (3, 1) and cut 1; FM would have found cut 0 but does not run. The islands then go to
@@ -174,7 +174,7 @@ TEST(Refine, LevelWithoutVerticesOnlyGetsGainsComputed) {
   top->pwgts[0] = 100;
   top->pwgts[1] = 0;
   PartCtrl ctrl = r2test::Ctrl();
-  ctrl.RType = 4;
+  ctrl.run->now.RType = 4;
   Refine__(&ctrl, top, coarse);
   EXPECT_EQ(top->mincut, 0);
   EXPECT_EQ(Where(top), (std::vector<int>{1, 0, 1}));
@@ -196,7 +196,7 @@ TEST(RefineDeathTest, UnknownRefinementTypeEndsTheRun) {
     HGraph *coarsest;
     HGraph *top = Hierarchy(1, &coarsest, {0, 1, 0, 1, 0, 1, 0, 1});
     PartCtrl ctrl = r2test::Ctrl();
-    ctrl.RType = rtype;
+    ctrl.run->now.RType = rtype;
     EXPECT_EXIT(Refine__(&ctrl, top, coarsest), ::testing::ExitedWithCode(0),
                 "Unknown refinement type: " + std::to_string(rtype) + "\n");
     FreeHGraph__(coarsest);
