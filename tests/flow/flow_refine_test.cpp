@@ -1,0 +1,146 @@
+// The whole refinement on random hypergraphs with weights and fixed vertices, k = 2 .. 5.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "flow/flow.h"
+#include "flow_test_util.h"
+
+using namespace hypra;
+using namespace flowtest;
+
+namespace {
+
+struct Case {
+  Instance in;
+  int nparts;
+  long long bound;
+  std::vector<int> part, fixed;
+};
+
+Case RandomCase(Lcg &rng, int nparts) {
+  Case c;
+  c.nparts = nparts;
+  const int nvtxs = 30 + rng.Next(70);
+  c.in = RandomInstance(rng, nvtxs, nvtxs / 2 + rng.Next(nvtxs), 6, 4, 6);
+  const long long total = TotalWeight(c.in);
+  const long long even = (total + nparts - 1) / nparts;
+  c.bound = even + even * (1 + rng.Next(10)) / 100 + 4;  // room for the heaviest vertex
+  c.part = RandomPartition(rng, c.in, nparts, c.bound);
+  c.fixed.assign(nvtxs, -1);
+  for (int v = 0; v < nvtxs; v++)
+    if (rng.Next(10) == 0) c.fixed[v] = c.part[v];
+  return c;
+}
+
+FlowSettings Settings(const Case &c, int objective, double scale) {
+  return FlowSettings{objective, c.bound, scale, 8};
+}
+
+TEST(FlowRefine, NeverWorseNeverAboveTheBoundFixedVerticesStay) {
+  Lcg rng(5);
+  long long totalgain = 0;
+  int improvedk2 = 0;
+  for (int trial = 0; trial < 240; trial++) {
+    const int nparts = 2 + trial % 4;
+    const int objective = (trial / 4) % 2 == 0 ? FLOW_OBJ_CUT : FLOW_OBJ_KM1;
+    const double scale = (trial / 8) % 2 == 0 ? 16.0 : 1.0;
+    Case c = RandomCase(rng, nparts);
+    HGraph *g = ToGraph(c.in, trial % 3 != 0);
+    const std::vector<long long> w0 = PartWeights(c.in, c.part, nparts);
+    bool met = true;
+    for (long long w : w0) met &= w <= c.bound;
+    const long long before = Objective(c.in, c.part, objective);
+    std::vector<int> part = c.part;
+    const long long gain = FlowRefine__(nullptr, g, nparts, part.data(), c.fixed.data(),
+                                        Settings(c, objective, scale));
+    const long long after = Objective(c.in, part, objective);
+    EXPECT_GE(gain, 0);
+    EXPECT_EQ(gain, before - after) << "trial " << trial;
+    const std::vector<long long> w = PartWeights(c.in, part, nparts);
+    for (int p = 0; p < nparts; p++) {
+      if (met) {
+        EXPECT_LE(w[p], c.bound) << "trial " << trial;
+      }
+      EXPECT_LE(w[p], std::max(c.bound, w0[p])) << "trial " << trial;
+    }
+    for (int v = 0; v < c.in.nvtxs; v++) {
+      ASSERT_GE(part[v], 0);
+      ASSERT_LT(part[v], nparts);
+      if (c.fixed[v] >= 0) {
+        EXPECT_EQ(part[v], c.fixed[v]) << "trial " << trial;
+      }
+    }
+    totalgain += gain;
+    improvedk2 += nparts == 2 && gain > 0;
+    FreeHGraph__(g);
+  }
+  // Random partitions leave a lot to gain.
+  EXPECT_GT(totalgain, 1000);
+  EXPECT_GT(improvedk2, 40);
+}
+
+TEST(FlowRefine, SameInputSameOutput) {
+  Lcg rng(9);
+  for (int trial = 0; trial < 40; trial++) {
+    const int nparts = 2 + trial % 4;
+    const int objective = trial % 2 == 0 ? FLOW_OBJ_CUT : FLOW_OBJ_KM1;
+    Case c = RandomCase(rng, nparts);
+    // With and without incidence lists of its own the hypergraph is the same.
+    HGraph *g1 = ToGraph(c.in, true);
+    HGraph *g2 = ToGraph(c.in, false);
+    std::vector<int> p1 = c.part, p2 = c.part, p3 = c.part;
+    const FlowSettings s = Settings(c, objective, 16.0);
+    const long long a = FlowRefine__(nullptr, g1, nparts, p1.data(), c.fixed.data(), s);
+    const long long b = FlowRefine__(nullptr, g1, nparts, p2.data(), c.fixed.data(), s);
+    const long long d = FlowRefine__(nullptr, g2, nparts, p3.data(), c.fixed.data(), s);
+    EXPECT_EQ(a, b);
+    EXPECT_EQ(a, d);
+    EXPECT_EQ(p1, p2);
+    EXPECT_EQ(p1, p3);
+    FreeHGraph__(g1);
+    FreeHGraph__(g2);
+  }
+}
+
+TEST(FlowRefine, WithoutFixedVerticesOrWeights) {
+  Lcg rng(31);
+  for (int trial = 0; trial < 60; trial++) {
+    const int nparts = 2 + trial % 4;
+    Case c = RandomCase(rng, nparts);
+    c.in.cellwgt.assign(c.in.nvtxs, 1);
+    c.in.netwgt.assign(c.in.nets.size(), 1);
+    const long long even = (c.in.nvtxs + nparts - 1) / nparts;
+    c.bound = even + even / 20 + 1;
+    c.part = RandomPartition(rng, c.in, nparts, c.bound);
+    HGraph *g = testhg::NetsOnly(c.in.nvtxs, c.in.nets);
+    RVfree__(&g->netwgt);  // null arrays: unit weights
+    const long long before = Objective(c.in, c.part, FLOW_OBJ_KM1);
+    std::vector<int> part = c.part;
+    const long long gain = FlowRefine__(nullptr, g, nparts, part.data(), nullptr,
+                                        FlowSettings{FLOW_OBJ_KM1, c.bound, 16.0, 8});
+    EXPECT_EQ(gain, before - Objective(c.in, part, FLOW_OBJ_KM1));
+    for (long long w : PartWeights(c.in, part, nparts)) EXPECT_LE(w, c.bound);
+    FreeHGraph__(g);
+  }
+}
+
+// A part already above the bound never grows, and no other part goes above it.
+TEST(FlowRefine, AnOverweightInputDoesNotGetWorse) {
+  Lcg rng(41);
+  for (int trial = 0; trial < 60; trial++) {
+    const int nparts = 2 + trial % 3;
+    Case c = RandomCase(rng, nparts);
+    for (int v = 0; v < c.in.nvtxs / 2; v++)
+      if (c.fixed[v] < 0) c.part[v] = 0;
+    const std::vector<long long> w0 = PartWeights(c.in, c.part, nparts);
+    HGraph *g = ToGraph(c.in, true);
+    std::vector<int> part = c.part;
+    FlowRefine__(nullptr, g, nparts, part.data(), c.fixed.data(), Settings(c, FLOW_OBJ_CUT, 16.0));
+    const std::vector<long long> w = PartWeights(c.in, part, nparts);
+    for (int p = 0; p < nparts; p++) EXPECT_LE(w[p], std::max(c.bound, w0[p]));
+    FreeHGraph__(g);
+  }
+}
+
+}  // namespace
