@@ -24,16 +24,20 @@ struct FlowNetwork {
   // The arcs added since StartFlowNetwork__, each with the capacity of its way back.
   std::vector<int> from, to;
   std::vector<long long> fwd, bwd;
+  std::vector<int> slot;  // per added arc: its place among the laid-out arcs
 };
 
 void StartFlowNetwork__(FlowNetwork *net, int nnodes, int source, int sink);
 // Adds the node count by one; returns the new node.
 int AddFlowNode__(FlowNetwork *net);
-void AddFlowArc__(FlowNetwork *net, int u, int v, long long cap, long long backcap);
+// Returns the arc's number, which FinishFlowNetwork__ maps to its place (net->slot).
+int AddFlowArc__(FlowNetwork *net, int u, int v, long long cap, long long backcap);
 void FinishFlowNetwork__(FlowNetwork *net);
 
 // A maximum flow from source to sink (blocking flows on level graphs, every search a loop of
-// its own, so that no network is too deep for the stack). Leaves the residual capacities in net.
+// its own, so that no network is too deep for the stack). Leaves the residual capacities in net
+// and returns the flow it added to what they already carried, so that a network whose
+// capacities grew can be brought back to a maximum flow by calling it again.
 long long MaxFlow__(FlowNetwork *net);
 
 // The minimum cuts a maximum flow leaves, as a chain. piece[u] is 0 for the nodes the source
@@ -75,6 +79,9 @@ struct FlowContext {
   FlowNetwork net;
   MinCutChain chain;
   std::vector<long long> nodewgt;
+  // Per region vertex i, the arcs source -> node and node -> sink, without capacity until the
+  // vertex is made to stay on that side (see RefinePairOnce__).
+  std::vector<int> toterminal[2];
 };
 
 void InitFlowContext__(FlowContext *ctx, const HGraph *graph, int nparts, int *part,

@@ -199,7 +199,15 @@ long long BuildPairNetwork__(FlowContext *ctx, int a, int b) {
       }
     }
   }
+  for (int side = 0; side < 2; side++) ctx->toterminal[side].resize(nregion);
+  for (int i = 0; i < nregion; i++) {
+    ctx->toterminal[0][i] = AddFlowArc__(net, net->source, 2 + i, 0, 0);
+    ctx->toterminal[1][i] = AddFlowArc__(net, 2 + i, net->sink, 0, 0);
+  }
   FinishFlowNetwork__(net);
+  for (int side = 0; side < 2; side++)
+    for (int i = 0; i < nregion; i++)
+      ctx->toterminal[side][i] = net->slot[ctx->toterminal[side][i]];
   ctx->nodewgt.assign(net->nnodes, 0);
   for (int i = 0; i < nregion; i++) ctx->nodewgt[2 + i] = CellWeight__(ctx, ctx->region[i]);
   return oldcut;

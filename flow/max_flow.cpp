@@ -22,11 +22,12 @@ int AddFlowNode__(FlowNetwork *net) {
   return net->nnodes++;
 }
 
-void AddFlowArc__(FlowNetwork *net, int u, int v, long long cap, long long backcap) {
+int AddFlowArc__(FlowNetwork *net, int u, int v, long long cap, long long backcap) {
   net->from.push_back(u);
   net->to.push_back(v);
   net->fwd.push_back(cap);
   net->bwd.push_back(backcap);
+  return static_cast<int>(net->from.size()) - 1;
 }
 
 void FinishFlowNetwork__(FlowNetwork *net) {
@@ -43,10 +44,12 @@ void FinishFlowNetwork__(FlowNetwork *net) {
   net->cap.resize(2 * narcs);
   // Arcs are laid out in the order they were added, which keeps the flow deterministic.
   std::vector<int> fill(net->first.begin(), net->first.end() - 1);
+  net->slot.resize(narcs);
   for (size_t i = 0; i < narcs; i++) {
     const int u = net->from[i], v = net->to[i];
     const int x = fill[u]++;
     const int y = fill[v]++;
+    net->slot[i] = x;
     net->head[x] = v;
     net->cap[x] = net->fwd[i];
     net->rev[x] = y;

@@ -21,6 +21,85 @@ long long RegionLimit(const FlowContext *ctx, int from, int to, double scale) {
 
 }  // namespace
 
+namespace {
+
+// The most balanced cut of the chain that fits: the index of its last piece, or -1. Also tells
+// which way the most balanced cut that does not fit misses (light: part a would end too light,
+// part b too heavy).
+struct ChainChoice {
+  int best = -1;
+  long long heavier = 0;
+  bool light = false;
+};
+
+ChainChoice ChooseCut(const FlowContext *ctx, int a, int b, std::vector<long long> *piecewgt) {
+  const std::vector<int> &piece = ctx->chain.piece;
+  const int npieces = ctx->chain.npieces;
+  piecewgt->assign(static_cast<size_t>(npieces) + 2, 0);
+  for (int node = 2; node < ctx->net.nnodes; node++) (*piecewgt)[piece[node]] += ctx->nodewgt[node];
+  const long long wa0 = ctx->pwgts[a], wb0 = ctx->pwgts[b];
+  const long long total = wa0 + wb0;
+  // A part already above the bound may not grow; any other may not go above it.
+  const long long capa = std::max(ctx->maxpartwgt, wa0);
+  const long long capb = std::max(ctx->maxpartwgt, wb0);
+  ChainChoice choice;
+  long long bestshift = 0, missby = -1;
+  long long wa = wa0 - ctx->regionwgt[0];
+  for (int i = 0; i <= npieces; i++) {
+    wa += (*piecewgt)[i];
+    const long long wb = total - wa;
+    if (wa > capa || wb > capb) {
+      const long long over = std::max(wa - capa, wb - capb);
+      if (missby < 0 || over < missby) {
+        missby = over;
+        choice.light = wb > capb;
+      }
+      continue;
+    }
+    const long long heavier = std::max(wa, wb);
+    const long long shift = std::llabs(wa - wa0);
+    if (choice.best < 0 || heavier < choice.heavier ||
+        (heavier == choice.heavier && shift < bestshift)) {
+      choice.best = i;
+      choice.heavier = heavier;
+      bestshift = shift;
+    }
+  }
+  return choice;
+}
+
+// Makes one more region vertex stay with the source (tosource) or the sink: one the present
+// cuts put on the other side, first a vertex of the terminal's own part (the farthest from the
+// boundary: the cut moves back toward it), else one of the other part (the nearest). False when
+// every vertex is taken.
+bool Pierce(FlowContext *ctx, bool tosource) {
+  const std::vector<int> &piece = ctx->chain.piece;
+  const int npieces = ctx->chain.npieces;
+  const int na = ctx->nregion[0], n = static_cast<int>(ctx->region.size());
+  auto across = [&](int i) { return tosource ? piece[2 + i] > npieces : piece[2 + i] == 0; };
+  int pick = -1;
+  if (tosource) {
+    for (int i = na - 1; i >= 0 && pick < 0; i--)
+      if (across(i)) pick = i;
+    for (int i = na; i < n && pick < 0; i++)
+      if (across(i)) pick = i;
+  } else {
+    for (int i = n - 1; i >= na && pick < 0; i--)
+      if (across(i)) pick = i;
+    for (int i = 0; i < na && pick < 0; i++)
+      if (across(i)) pick = i;
+  }
+  if (pick < 0) return false;
+  ctx->net.cap[ctx->toterminal[tosource ? 0 : 1][pick]] = kFlowInfinity;
+  return true;
+}
+
+// A minimum cut seldom fits at once when the region is large; each vertex made to stay on the
+// light side costs a new maximum flow, so their number is bounded.
+constexpr int kMaxPierces = 64;
+
+}  // namespace
+
 PairOutcome RefinePairOnce__(FlowContext *ctx, int a, int b, double scale) {
   PairOutcome outcome;
   const long long lima = RegionLimit(ctx, a, b, scale);
@@ -31,48 +110,31 @@ PairOutcome RefinePairOnce__(FlowContext *ctx, int a, int b, double scale) {
     return outcome;
   }
   const long long oldcut = BuildPairNetwork__(ctx, a, b);
-  const long long flow = MaxFlow__(&ctx->net);
-  ComputeMinCutChain__(ctx->net, &ctx->chain);
-  const std::vector<int> &piece = ctx->chain.piece;
-  const int npieces = ctx->chain.npieces;
-
-  // The weight of part a for each cut of the chain: a outside the region, plus the region
-  // vertices of the pieces up to the cut's.
-  std::vector<long long> piecewgt(static_cast<size_t>(npieces) + 2, 0);
-  for (int node = 2; node < ctx->net.nnodes; node++) piecewgt[piece[node]] += ctx->nodewgt[node];
-  const long long wa0 = ctx->pwgts[a], wb0 = ctx->pwgts[b];
-  const long long total = wa0 + wb0;
-  // A part already above the bound may not grow; any other may not go above it.
-  const long long capa = std::max(ctx->maxpartwgt, wa0);
-  const long long capb = std::max(ctx->maxpartwgt, wb0);
-  long long wa = wa0 - ctx->regionwgt[0];
-  int best = -1;
-  long long bestmax = 0, bestshift = 0;
-  for (int i = 0; i <= npieces; i++) {
-    wa += piecewgt[i];
-    const long long wb = total - wa;
-    if (wa > capa || wb > capb) continue;
-    const long long heavier = std::max(wa, wb);
-    const long long shift = std::llabs(wa - wa0);
-    if (best < 0 || heavier < bestmax || (heavier == bestmax && shift < bestshift)) {
-      best = i;
-      bestmax = heavier;
-      bestshift = shift;
-    }
+  long long flow = 0;
+  ChainChoice choice;
+  std::vector<long long> piecewgt;
+  for (int pierced = 0;; pierced++) {
+    flow += MaxFlow__(&ctx->net);
+    if (flow > oldcut) break;  // nothing left to gain
+    ComputeMinCutChain__(ctx->net, &ctx->chain);
+    choice = ChooseCut(ctx, a, b, &piecewgt);
+    if (choice.best >= 0 || pierced == kMaxPierces || !Pierce(ctx, choice.light)) break;
   }
-  if (best < 0) {
+  const long long wa0 = ctx->pwgts[a], wb0 = ctx->pwgts[b];
+  const long long gain = oldcut - flow;
+  if (flow > oldcut || choice.best < 0) {
     ClearPairRegion__(ctx);
     return outcome;
   }
   outcome.fitted = true;
-  const long long gain = oldcut - flow;
-  if (gain < 0 || (gain == 0 && bestmax >= std::max(wa0, wb0))) {
+  if (gain == 0 && choice.heavier >= std::max(wa0, wb0)) {
     ClearPairRegion__(ctx);
     return outcome;
   }
+  const std::vector<int> &piece = ctx->chain.piece;
   for (size_t i = 0; i < ctx->region.size(); i++) {
     const int v = ctx->region[i];
-    const int to = piece[2 + static_cast<int>(i)] <= best ? a : b;
+    const int to = piece[2 + static_cast<int>(i)] <= choice.best ? a : b;
     if (ctx->part[v] == to) continue;
     ctx->pwgts[ctx->part[v]] -= CellWeight__(ctx, v);
     ctx->pwgts[to] += CellWeight__(ctx, v);
