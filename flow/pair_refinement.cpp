@@ -30,6 +30,7 @@ struct ChainChoice {
   int best = -1;
   long long heavier = 0;
   bool light = false;
+  long long missby = 0;  // by how much that cut misses
 };
 
 ChainChoice ChooseCut(const FlowContext *ctx, int a, int b, std::vector<long long> *piecewgt) {
@@ -44,6 +45,7 @@ ChainChoice ChooseCut(const FlowContext *ctx, int a, int b, std::vector<long lon
   const long long capb = std::max(ctx->maxpartwgt, wb0);
   ChainChoice choice;
   long long bestshift = 0, missby = -1;
+  choice.missby = 0;
   long long wa = wa0 - ctx->regionwgt[0];
   for (int i = 0; i <= npieces; i++) {
     wa += (*piecewgt)[i];
@@ -52,6 +54,7 @@ ChainChoice ChooseCut(const FlowContext *ctx, int a, int b, std::vector<long lon
       const long long over = std::max(wa - capa, wb - capb);
       if (missby < 0 || over < missby) {
         missby = over;
+        choice.missby = over;
         choice.light = wb > capb;
       }
       continue;
@@ -68,35 +71,38 @@ ChainChoice ChooseCut(const FlowContext *ctx, int a, int b, std::vector<long lon
   return choice;
 }
 
-// Makes one more region vertex stay with the source (tosource) or the sink: one the present
-// cuts put on the other side, first a vertex of the terminal's own part (the farthest from the
-// boundary: the cut moves back toward it), else one of the other part (the nearest). False when
-// every vertex is taken.
-bool Pierce(FlowContext *ctx, bool tosource) {
+// Makes region vertices stay with the source (tosource) or the sink, about `weight` of them
+// (at least one): vertices the present cuts put on the other side, first those of the
+// terminal's own part (the farthest from the boundary first: the cut moves back toward it), then
+// those of the other part (the nearest first). False when no vertex is left to take.
+bool Pierce(FlowContext *ctx, bool tosource, long long weight) {
   const std::vector<int> &piece = ctx->chain.piece;
   const int npieces = ctx->chain.npieces;
   const int na = ctx->nregion[0], n = static_cast<int>(ctx->region.size());
   auto across = [&](int i) { return tosource ? piece[2 + i] > npieces : piece[2 + i] == 0; };
-  int pick = -1;
+  long long taken = 0;
+  int count = 0;
+  auto take = [&](int i) {
+    if (!across(i) || (count > 0 && taken >= weight)) return;
+    ctx->net.cap[ctx->toterminal[tosource ? 0 : 1][i]] = kFlowInfinity;
+    taken += ctx->nodewgt[2 + i];
+    count++;
+  };
   if (tosource) {
-    for (int i = na - 1; i >= 0 && pick < 0; i--)
-      if (across(i)) pick = i;
-    for (int i = na; i < n && pick < 0; i++)
-      if (across(i)) pick = i;
+    for (int i = na - 1; i >= 0; i--) take(i);
+    for (int i = na; i < n; i++) take(i);
   } else {
-    for (int i = n - 1; i >= na && pick < 0; i--)
-      if (across(i)) pick = i;
-    for (int i = 0; i < na && pick < 0; i++)
-      if (across(i)) pick = i;
+    for (int i = n - 1; i >= na; i--) take(i);
+    for (int i = 0; i < na; i++) take(i);
   }
-  if (pick < 0) return false;
-  ctx->net.cap[ctx->toterminal[tosource ? 0 : 1][pick]] = kFlowInfinity;
-  return true;
+  return count > 0;
 }
 
 // A minimum cut seldom fits at once when the region is large; each vertex made to stay on the
 // light side costs a new maximum flow, so their number is bounded.
-constexpr int kMaxPierces = 64;
+constexpr int kMaxPierces = 16;
+// Each time, vertices weighing this fraction of what the best cut misses the bound by.
+constexpr int kPierceShare = 4;
 
 }  // namespace
 
@@ -118,7 +124,9 @@ PairOutcome RefinePairOnce__(FlowContext *ctx, int a, int b, double scale) {
     if (flow > oldcut) break;  // nothing left to gain
     ComputeMinCutChain__(ctx->net, &ctx->chain);
     choice = ChooseCut(ctx, a, b, &piecewgt);
-    if (choice.best >= 0 || pierced == kMaxPierces || !Pierce(ctx, choice.light)) break;
+    if (choice.best >= 0 || pierced == kMaxPierces ||
+        !Pierce(ctx, choice.light, choice.missby / kPierceShare))
+      break;
   }
   const long long wa0 = ctx->pwgts[a], wb0 = ctx->pwgts[b];
   const long long gain = oldcut - flow;

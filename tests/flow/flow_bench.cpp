@@ -54,7 +54,10 @@ int main(int argc, char **argv) {
   };
   report("before");
   const auto start = std::chrono::steady_clock::now();
-  const long long gain = FlowRefine__(nullptr, g, nparts, part.data(), nullptr,
+  // FLOW_TRACE in the environment prints one line per round.
+  PartCtrl ctrl{};
+  ctrl.dbglvl = std::getenv("FLOW_TRACE") != nullptr ? DBG_REFINE : 0;
+  const long long gain = FlowRefine__(&ctrl, g, nparts, part.data(), nullptr,
                                       FlowSettings{objective, bound, scale, rounds});
   const double secs =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
