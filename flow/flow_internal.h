@@ -82,6 +82,7 @@ struct FlowContext {
   // Per region vertex i, the arcs source -> node and node -> sink, without capacity until the
   // vertex is made to stay on that side (see RefinePairOnce__).
   std::vector<int> toterminal[2];
+  std::vector<char> pinned;  // per region vertex: already made to stay on one side
 };
 
 void InitFlowContext__(FlowContext *ctx, const HGraph *graph, int nparts, int *part,

@@ -200,6 +200,7 @@ long long BuildPairNetwork__(FlowContext *ctx, int a, int b) {
     }
   }
   for (int side = 0; side < 2; side++) ctx->toterminal[side].resize(nregion);
+  ctx->pinned.assign(nregion, 0);
   for (int i = 0; i < nregion; i++) {
     ctx->toterminal[0][i] = AddFlowArc__(net, net->source, 2 + i, 0, 0);
     ctx->toterminal[1][i] = AddFlowArc__(net, 2 + i, net->sink, 0, 0);

@@ -33,7 +33,7 @@ std::vector<long long> AdjacentPairs(const FlowContext *ctx) {
         pairs.push_back(static_cast<long long>(a) * k + b);
       }
     // Sorting now and then keeps the list near the number of distinct pairs.
-    if (pairs.size() > 4 * static_cast<size_t>(k) * k + 1024) {
+    if (pairs.size() > std::min<size_t>(4 * static_cast<size_t>(k) * k, 1 << 20) + 1024) {
       std::sort(pairs.begin(), pairs.end());
       pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
     }

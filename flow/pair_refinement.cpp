@@ -83,7 +83,8 @@ bool Pierce(FlowContext *ctx, bool tosource, long long weight) {
   long long taken = 0;
   int count = 0;
   auto take = [&](int i) {
-    if (!across(i) || (count > 0 && taken >= weight)) return;
+    if (ctx->pinned[i] || !across(i) || (count > 0 && taken >= weight)) return;
+    ctx->pinned[i] = 1;
     ctx->net.cap[ctx->toterminal[tosource ? 0 : 1][i]] = kFlowInfinity;
     taken += ctx->nodewgt[2 + i];
     count++;

@@ -1,6 +1,8 @@
 // The whole refinement on random hypergraphs with weights and fixed vertices, k = 2 .. 5.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <string>
 #include <vector>
 
 #include "flow/flow.h"
@@ -141,6 +143,82 @@ TEST(FlowRefine, AnOverweightInputDoesNotGetWorse) {
     for (int p = 0; p < nparts; p++) EXPECT_LE(w[p], std::max(c.bound, w0[p]));
     FreeHGraph__(g);
   }
+}
+
+}  // namespace
+
+namespace {
+
+// A start for the benchmark runs: vertices in breadth-first order through the hyperedges, cut
+// into k runs of about even weight.
+std::vector<int> BreadthFirstChunks(const Instance &in, int nparts) {
+  std::vector<std::vector<int>> incident(in.nvtxs);
+  for (size_t e = 0; e < in.nets.size(); e++)
+    for (int v : in.nets[e]) incident[v].push_back(static_cast<int>(e));
+  std::vector<int> order, part(in.nvtxs, -1);
+  std::vector<char> seen(in.nvtxs, 0), used(in.nets.size(), 0);
+  for (int r = 0; r < in.nvtxs; r++) {
+    if (seen[r]) continue;
+    seen[r] = 1;
+    order.push_back(r);
+    for (size_t i = order.size() - 1; i < order.size(); i++)
+      for (int e : incident[order[i]]) {
+        if (used[e]) continue;
+        used[e] = 1;
+        for (int u : in.nets[e])
+          if (!seen[u]) {
+            seen[u] = 1;
+            order.push_back(u);
+          }
+      }
+  }
+  const long long even = (TotalWeight(in) + nparts - 1) / nparts;
+  long long filled = 0;
+  int p = 0;
+  for (int v : order) {
+    if (filled + in.cellwgt[v] > even && p + 1 < nparts && filled > 0) {
+      p++;
+      filled = 0;
+    }
+    part[v] = p;
+    filled += in.cellwgt[v];
+  }
+  return part;
+}
+
+void RunOnBenchmark(const char *name, int nparts, int objective) {
+  const std::string path = std::string(HYPRA_BENCH_DIR) + "/" + name;
+  const auto bench = testhg::ReadBench(path);
+  if (!bench) GTEST_SKIP() << "benchmark hypergraph " << path << " absent";
+  Instance in;
+  in.nvtxs = bench->nvtxs;
+  in.nets = bench->nets;
+  in.netwgt = bench->netwgt;
+  in.cellwgt = bench->cellwgt;
+  const std::vector<int> start = BreadthFirstChunks(in, nparts);
+  const long long even = (TotalWeight(in) + nparts - 1) / nparts;
+  const long long bound = even * 103 / 100;
+  HGraph *g = ToGraph(in, false);
+  std::vector<int> part = start;
+  const long long before = Objective(in, start, objective);
+  const long long gain = FlowRefine__(nullptr, g, nparts, part.data(), nullptr,
+                                      FlowSettings{objective, bound, 16.0, 4});
+  const long long after = Objective(in, part, objective);
+  std::printf("%s k=%d objective %d: %lld -> %lld\n", name, nparts, objective, before, after);
+  EXPECT_EQ(gain, before - after);
+  EXPECT_GT(gain, 0);
+  const std::vector<long long> w0 = PartWeights(in, start, nparts);
+  const std::vector<long long> w = PartWeights(in, part, nparts);
+  for (int p = 0; p < nparts; p++) EXPECT_LE(w[p], std::max(bound, w0[p]));
+  FreeHGraph__(g);
+}
+
+TEST(FlowBenchmark, Ibm01CutEightParts) {
+  RunOnBenchmark("ibm01.hgr", 8, FLOW_OBJ_CUT);
+}
+
+TEST(FlowBenchmark, Ibm01WeightedConnectivityFiveParts) {
+  RunOnBenchmark("ibm01.weight.hgr", 5, FLOW_OBJ_KM1);
 }
 
 }  // namespace
