@@ -106,10 +106,11 @@ struct PairOutcome {
   bool fitted = false;   // some minimum cut fitted the bound
   long long gain = 0;    // the objective's improvement
 };
-// Improves the pair (a, b) by one minimum cut of its network, its region grown with the given
-// share of the room on the other side (see FlowSettings::regionscale).
+// Improves the pair (a, b) by a minimum cut of its network (with some region vertices pinned to
+// one side when no cut fits the bound otherwise), its region grown with the given share of the
+// room on the other side (see FlowSettings::regionscale).
 PairOutcome RefinePairOnce__(FlowContext *ctx, int a, int b, double scale);
-// As RefinePairOnce__, retried with scale 1 when no minimum cut of the larger region fitted.
+// As RefinePairOnce__, retried with scale 1 when no cut of the larger region fitted.
 PairOutcome RefinePair__(FlowContext *ctx, int a, int b, double scale);
 
 }  // namespace hypra

@@ -1,5 +1,8 @@
 // One pair of parts: grow the region, find a maximum flow, and move the region's vertices to
-// the side of the most balanced minimum cut that fits the bound, when that helps.
+// the side of the most balanced minimum cut that fits the bound, when that helps. When none fits,
+// some region vertices are pinned to the side that would end too light and the flow is augmented
+// again: the cut grows, still the smallest among those that keep the pins, until one fits or it
+// costs more than the present partition.
 #include <algorithm>
 #include <cmath>
 
@@ -18,10 +21,6 @@ long long RegionLimit(const FlowContext *ctx, int from, int to, double scale) {
   const double whole = static_cast<double>(ctx->pwgts[from]);
   return static_cast<long long>(std::min(scaled, whole));
 }
-
-}  // namespace
-
-namespace {
 
 // The most balanced cut of the chain that fits: the index of its last piece, or -1. Also tells
 // which way the most balanced cut that does not fit misses (light: part a would end too light,
@@ -99,8 +98,8 @@ bool Pierce(FlowContext *ctx, bool tosource, long long weight) {
   return count > 0;
 }
 
-// A minimum cut seldom fits at once when the region is large; each vertex made to stay on the
-// light side costs a new maximum flow, so their number is bounded.
+// A minimum cut seldom fits at once when the region is large; each batch of vertices made to
+// stay on the light side costs a new maximum flow, so the batches are bounded.
 constexpr int kMaxPierces = 16;
 // Each time, vertices weighing this fraction of what the best cut misses the bound by.
 constexpr int kPierceShare = 4;
