@@ -102,7 +102,7 @@ bool Pierce(FlowContext *ctx, bool tosource, long long weight) {
 // stay on the light side costs a new maximum flow, so the batches are bounded.
 constexpr int kMaxPierces = 16;
 // Each time, vertices weighing this fraction of what the best cut misses the bound by.
-constexpr int kPierceShare = 4;
+constexpr int kPierceShare = 8;
 
 }  // namespace
 

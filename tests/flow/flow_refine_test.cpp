@@ -222,3 +222,51 @@ TEST(FlowBenchmark, Ibm01WeightedConnectivityFiveParts) {
 }
 
 }  // namespace
+
+namespace {
+
+// Odd shapes: single-pin and empty hyperedges, a repeated pin, empty parts, every vertex fixed,
+// no rounds at all.
+TEST(FlowRefine, OddInputs) {
+  Instance in;
+  in.nvtxs = 8;
+  in.nets = {{0}, {}, {0, 1, 1}, {1, 2}, {2, 3, 4}, {4, 5}, {5, 6, 7}, {0, 7}, {3, 3}};
+  in.netwgt = {5, 1, 2, 3, 1, 2, 4, 1, 7};
+  in.cellwgt = {1, 2, 1, 1, 3, 1, 1, 2};
+  HGraph *g = ToGraph(in, false);
+  const std::vector<int> start = {0, 3, 0, 3, 0, 3, 0, 3};
+  for (int objective : {FLOW_OBJ_CUT, FLOW_OBJ_KM1}) {
+    const long long before = Objective(in, start, objective);
+    std::vector<int> part = start;
+    // Parts 1 and 2 stay empty; the bound leaves room for any split.
+    long long gain =
+        FlowRefine__(nullptr, g, 5, part.data(), nullptr, FlowSettings{objective, 12, 16.0, 8});
+    EXPECT_EQ(gain, before - Objective(in, part, objective));
+    EXPECT_GT(gain, 0);
+    for (long long w : PartWeights(in, part, 5)) EXPECT_LE(w, 12);
+
+    std::vector<int> fixed = start;
+    part = start;
+    gain = FlowRefine__(nullptr, g, 5, part.data(), fixed.data(),
+                        FlowSettings{objective, 12, 16.0, 8});
+    EXPECT_EQ(gain, 0);
+    EXPECT_EQ(part, start);
+
+    gain = FlowRefine__(nullptr, g, 5, part.data(), nullptr, FlowSettings{objective, 12, 16.0, 0});
+    EXPECT_EQ(gain, 0);
+    EXPECT_EQ(part, start);
+  }
+  FreeHGraph__(g);
+
+  // No hyperedges at all.
+  Instance bare;
+  bare.nvtxs = 4;
+  bare.cellwgt = {1, 1, 1, 1};
+  HGraph *h = testhg::NetsOnly(4, {});
+  std::vector<int> part = {0, 1, 0, 1};
+  EXPECT_EQ(FlowRefine__(nullptr, h, 2, part.data(), nullptr, FlowSettings{1, 2, 16.0, 8}), 0);
+  EXPECT_EQ(part, (std::vector<int>{0, 1, 0, 1}));
+  FreeHGraph__(h);
+}
+
+}  // namespace
