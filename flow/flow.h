@@ -16,10 +16,10 @@ struct FlowSettings {
   int objective;         // FLOW_OBJ_CUT or FLOW_OBJ_KM1
   long long maxpartwgt;  // no part may end above it (a part already above it may not grow)
   // How much of the room the other side has a side may put into the region of a pair: the
-  // vertices of part a that may cross weigh at most regionscale x (maxpartwgt - w(b)), and no
-  // more than part a. Above 1 the minimum cut may not fit the bound; vertices are then pinned to
-  // the light side, and failing that the pair is tried again with a factor of 1, where every
-  // cut fits. 16 works well.
+  // vertices of part a that may cross weigh at most regionscale x (maxpartwgt - max(w(b),
+  // (w(a) + w(b)) / 2)), and no more than part a. Above 1 the minimum cut may not fit the bound;
+  // vertices are then pinned to the light side, and failing that the pair is tried again with a
+  // factor of 1, where every cut fits. 16 works well.
   double regionscale;
   int maxrounds;  // rounds over all adjacent pairs, repeated while one improved the objective
 };

@@ -12,11 +12,13 @@ namespace hypra {
 
 namespace {
 
-// The region of one side may hold at most scale x the room left in the other part: with a
-// factor of 1 every cut fits, larger factors give the flow more freedom at the risk that the
-// best cut does not.
+// The region of one side may hold at most scale x the room left in the other part, counted from
+// the even split of the pair when that part is lighter (a light part's room is better spent
+// on the balance than on a region that strays far from the boundary). With a factor of 1 every
+// cut fits; larger factors give the flow more freedom at the risk that the best cut does not.
 long long RegionLimit(const FlowContext *ctx, int from, int to, double scale) {
-  const long long room = std::max(0LL, ctx->maxpartwgt - ctx->pwgts[to]);
+  const long long even = (ctx->pwgts[from] + ctx->pwgts[to] + 1) / 2;
+  const long long room = std::max(0LL, ctx->maxpartwgt - std::max(ctx->pwgts[to], even));
   const double scaled = std::floor(scale * static_cast<double>(room));
   const double whole = static_cast<double>(ctx->pwgts[from]);
   return static_cast<long long>(std::min(scaled, whole));
