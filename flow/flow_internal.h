@@ -66,6 +66,10 @@ struct FlowContext {
   const int *incind = nullptr;
   std::vector<int> ownincptr, ownincind;  // the incidence, when the hypergraph has none
   std::vector<long long> pwgts;
+  // The hyperedges that may join two parts: those cut when the list was last collected, and
+  // every hyperedge of a vertex moved since (listed[e] tells whether e is in it).
+  std::vector<int> cutnets;
+  std::vector<char> listed;
 
   // The pair at hand: its region (part a's vertices first, then part b's), their weights, and
   // per vertex its node in the network (-1 outside the region).
@@ -87,6 +91,10 @@ struct FlowContext {
 
 void InitFlowContext__(FlowContext *ctx, const HGraph *graph, int nparts, int *part,
                        const int *fixedpart, int objective, long long maxpartwgt);
+// Collects ctx->cutnets afresh from the partition.
+void CollectCutNets__(FlowContext *ctx);
+// Moves v to part `to`, keeping the part weights and the list of cut hyperedges.
+void MoveVertex__(FlowContext *ctx, int v, int to);
 long long CellWeight__(const FlowContext *ctx, int v);
 bool IsFixed__(const FlowContext *ctx, int v);
 // The objective of ctx->part over the whole hypergraph.

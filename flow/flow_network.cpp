@@ -34,10 +34,38 @@ void InitFlowContext__(FlowContext *ctx, const HGraph *graph, int nparts, int *p
   }
   ctx->pwgts.assign(nparts, 0);
   for (int v = 0; v < nvtxs; v++) ctx->pwgts[part[v]] += CellWeight__(ctx, v);
+  CollectCutNets__(ctx);
   ctx->nodeof.assign(nvtxs, -1);
   ctx->hstamp.assign(nhedges, 0);
   ctx->stamp = 0;
   ctx->region.clear();
+}
+
+void CollectCutNets__(FlowContext *ctx) {
+  const HGraph *graph = ctx->graph;
+  ctx->cutnets.clear();
+  ctx->listed.assign(graph->nhedges, 0);
+  for (int e = 0; e < graph->nhedges; e++) {
+    for (int j = graph->netptr[e] + 1; j < graph->netptr[e + 1]; j++)
+      if (ctx->part[graph->netind[j]] != ctx->part[graph->netind[graph->netptr[e]]]) {
+        ctx->cutnets.push_back(e);
+        ctx->listed[e] = 1;
+        break;
+      }
+  }
+}
+
+void MoveVertex__(FlowContext *ctx, int v, int to) {
+  ctx->pwgts[ctx->part[v]] -= CellWeight__(ctx, v);
+  ctx->pwgts[to] += CellWeight__(ctx, v);
+  ctx->part[v] = to;
+  for (int k = ctx->incptr[v]; k < ctx->incptr[v + 1]; k++) {
+    const int e = ctx->incind[k];
+    if (!ctx->listed[e]) {
+      ctx->listed[e] = 1;
+      ctx->cutnets.push_back(e);
+    }
+  }
 }
 
 long long CellWeight__(const FlowContext *ctx, int v) {
@@ -84,7 +112,7 @@ void GrowPairRegion__(FlowContext *ctx, int a, int b, long long lima, long long 
   // The boundary: the movable pins of the hyperedges joining a and b that a cut of the network
   // could uncut (for the cut objective, those with no pin in a third part).
   std::vector<int> seeds[2];
-  for (int e = 0; e < graph->nhedges; e++) {
+  for (int e : ctx->cutnets) {
     bool ina = false, inb = false, other = false;
     for (int j = netptr[e]; j < netptr[e + 1]; j++) {
       const int p = part[netind[j]];

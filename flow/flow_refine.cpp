@@ -12,12 +12,13 @@ namespace {
 
 // The pairs (a < b) of parts some hyperedge joins in a way a flow between them can improve: for
 // the cut objective hyperedges touching exactly two parts, for connectivity any cut hyperedge.
+// ctx->cutnets must be freshly collected.
 std::vector<long long> AdjacentPairs(const FlowContext *ctx) {
   const HGraph *graph = ctx->graph;
   const int k = ctx->nparts;
   std::vector<long long> pairs;
   std::vector<int> seen(k, -1), touched;
-  for (int e = 0; e < graph->nhedges; e++) {
+  for (int e : ctx->cutnets) {
     touched.clear();
     for (int j = graph->netptr[e]; j < graph->netptr[e + 1]; j++) {
       const int p = ctx->part[graph->netind[j]];
@@ -55,6 +56,7 @@ long long FlowRefine__(PartCtrl *ctrl, const HGraph *graph, int nparts, int *par
   // changed[p]: part p changed in this round (or, in the first, is new to the refinement).
   std::vector<char> active(nparts, 1), changed(nparts, 0);
   for (int round = 0; round < s.maxrounds; round++) {
+    if (round > 0) CollectCutNets__(&ctx);
     const std::vector<long long> pairs = AdjacentPairs(&ctx);
     std::fill(changed.begin(), changed.end(), 0);
     long long gain = 0;

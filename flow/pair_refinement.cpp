@@ -146,9 +146,7 @@ PairOutcome RefinePairOnce__(FlowContext *ctx, int a, int b, double scale) {
     const int v = ctx->region[i];
     const int to = piece[2 + static_cast<int>(i)] <= choice.best ? a : b;
     if (ctx->part[v] == to) continue;
-    ctx->pwgts[ctx->part[v]] -= CellWeight__(ctx, v);
-    ctx->pwgts[to] += CellWeight__(ctx, v);
-    ctx->part[v] = to;
+    MoveVertex__(ctx, v, to);
     outcome.applied = true;
   }
   outcome.gain = gain;
