@@ -19,7 +19,7 @@ struct FlowSettings {
   // vertices of part a that may cross weigh at most regionscale x (maxpartwgt - max(w(b),
   // (w(a) + w(b)) / 2)), and no more than part a. Above 1 the minimum cut may not fit the bound;
   // vertices are then pinned to the light side, and failing that the pair is tried again with a
-  // factor of 1, where every cut fits. 16 works well.
+  // factor of 1, where every cut fits. Values below 1 count as 1; 16 works well.
   double regionscale;
   int maxrounds;  // rounds over all adjacent pairs, repeated while one improved the objective
 };
