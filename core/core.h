@@ -194,6 +194,10 @@ struct PartCtrl {
   double Imbalance;
   int MaxPartWgt;
 
+  // Quality mode (0: off). On, every level of the direct path's uncoarsening and the polish after
+  // recursive bisection end with k-way FM refinement (kway/kway_fm.cpp) after the greedy passes.
+  int Quality;
+
   double TotalTmr, CoarsenTmr, RefTmr, InitRefTmr, IterTmr, WrapUpTmr, MultilevelTmr, InitPartTmr,
       ProjectTmr, SpareTmr, UncoarsenTmr, AuxTmr1, AuxTmr2, AuxTmr3, AuxTmr4;
 };

@@ -25,9 +25,14 @@ struct AdvancedArgs {
   bool seeded = false;
   int seed = -1;
   bool kway = false;
+  bool quality = false;  // --preset quality
   int threads = 0;   // 0: the serial run
   int progress = 0;  // 1: --progress; the line is also shown when standard error is a terminal
 };
+
+// Whether the run takes the direct k-way path: --kway, or the quality preset without fixed
+// vertices (the direct path has none; with them it refines after recursive bisection).
+bool UsesDirectPath(const AdvancedArgs &a);
 
 // Reads the command line and checks every value against its range, so that a mistake ends the
 // program before any file is read: a message and the usage on standard error, status kExitUsage.

@@ -25,6 +25,7 @@ void PrintUsage(FILE *out, const char *program) {
                "[--rtype R]\n"
                "       [--vcycle V] [--reconst] [--seed S] [--dbglvl D] [--kway] [--out FILE]\n"
                "       [--threads N] [--imbalance EPS] [--format F] [--json FILE] [--progress]\n"
+               "       [--preset P]\n"
                "   or: %s GraphFile Nparts --imbalance EPS [options]\n",
                program, program);
   std::fprintf(out, "Where:\n");
@@ -67,6 +68,10 @@ void PrintUsage(FILE *out, const char *program) {
                "mtx-colnet,\n"
                "               .patoh is patoh, anything else hgr)\n");
   std::fprintf(out, " --json FILE : also write the run's figures to FILE as one JSON object\n");
+  std::fprintf(out,
+               " --preset P  : default, or quality: better cuts for more time (k-way FM "
+               "refinement;\n"
+               "               direct k-way unless --fix is given) (default)\n");
   std::fprintf(out,
                " --progress  : show a progress line on standard error even when it is not a "
                "terminal\n");
@@ -147,6 +152,13 @@ void ApplyValueFlag(const char *program, const char *flag, const char *value, Ad
     a->dbglvl = ParseRange(program, flag, value, 0, INT_MAX);
   } else if (std::strcmp(flag, "--threads") == 0) {
     a->threads = ParseRange(program, flag, value, 1, 4096);
+  } else if (std::strcmp(flag, "--preset") == 0) {
+    if (std::strcmp(value, "quality") == 0)
+      a->quality = true;
+    else if (std::strcmp(value, "default") == 0)
+      a->quality = false;
+    else
+      UsageError(program, "--preset is default or quality, not '%s'", value);
   } else if (std::strcmp(flag, "--imbalance") == 0) {
     a->imbalance = ParseImbalance(program, value);
   } else {
@@ -180,7 +192,8 @@ bool ApplySwitch(const char *program, const char *arg, AdvancedArgs *a) {
 bool TakesValue(const char *arg) {
   static const char *const kWithValue[] = {"--fix",     "--runs",      "--ctype",  "--rtype",
                                            "--vcycle",  "--seed",      "--dbglvl", "--out",
-                                           "--threads", "--imbalance", "--format", "--json"};
+                                           "--threads", "--imbalance", "--format", "--json",
+                                           "--preset"};
   for (const char *flag : kWithValue)
     if (std::strcmp(arg, flag) == 0) return true;
   return false;
@@ -188,6 +201,8 @@ bool TakesValue(const char *arg) {
 
 // Checks that need the whole command line.
 void CheckCombinations(const char *program, const AdvancedArgs &a) {
+  if (a.quality && !a.kway && UsesDirectPath(a) && a.rtype > 2)
+    UsageError(program, "with --preset quality, --rtype is 1 (cut) or 2 (SOED), got %d", a.rtype);
   // The direct k-way path has two objectives; any other refinement code has nothing to refine.
   if (a.kway && a.rtype > 2)
     UsageError(program, "with --kway, --rtype is 1 (cut) or 2 (SOED), got %d", a.rtype);
@@ -198,6 +213,12 @@ void CheckCombinations(const char *program, const AdvancedArgs &a) {
 }
 
 }  // namespace
+
+bool UsesDirectPath(const AdvancedArgs &a) {
+  if (a.kway) return true;
+  if (getenv("HYPRA_QREC")) return false;
+  return a.quality && a.fixfile == nullptr;
+}
 
 AdvancedArgs ParseAdvancedArguments(int argc, char *argv[]) {
   AdvancedArgs a;

@@ -1,6 +1,8 @@
 // K-way uncoarsening: the partition of a coarse level is carried back level by level and
 // refined at each one.
 
+#include <cstdlib>
+
 #include "coarsen/coarsen.h"
 #include "kway/kway.h"
 
@@ -37,8 +39,13 @@ void RefineLevel(PartCtrl *ctrl, HGraph *graph) {
   }
   const ObjectiveEntry *objective = FindObjective(ctrl->RType);
   if (objective == nullptr) errexit__("Unknown refinement type: %d\n", ctrl->RType);
-  objective->refine(ctrl, graph, 10);
+  if (ctrl->Quality && getenv("HYPRA_Q_NOGREEDY")) {
+    ComputeInitKwayGains__(ctrl, graph);
+  } else {
+    objective->refine(ctrl, graph, ctrl->Quality && getenv("HYPRA_Q_GP") ? atoi(getenv("HYPRA_Q_GP")) : 10);
+  }
   KeepPartBound__(ctrl, graph);
+  if (ctrl->Quality) RefineLevelKwayFM__(ctrl, graph);
 }
 
 }  // namespace

@@ -61,6 +61,9 @@ int RefineAfterRecursion(PartCtrl *ctrl, HGraph *h, int *p) {
   RefineCutKway_Random__(ctrl, h, kKwayPasses);
   RVfree__(&h->nrinfo, &h->crinfo, &h->crdata, &h->nrdata, &h->kpwgts, &h->islandmap);
   VCycleRefinementKway__(ctrl, h, kKwayVCycles);
+  // The V-cycles ran the k-way FM on every level of theirs; a last run on the whole hypergraph,
+  // with every hyperedge counted, finishes the polish.
+  if (ctrl->Quality) RefineLevelKwayFM__(ctrl, h);
 
   icopy__(h->nvtxs, h->where, p);
   const int cut = h->mincut;
