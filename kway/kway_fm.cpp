@@ -214,12 +214,17 @@ class KwayFm {
     FmEntry *fresh = static_cast<FmEntry *>(
         RVmalloc__(static_cast<long long>(nparts_) * sizeof(FmEntry), "KwayFm: check"));
     int problems = 0;
+    // The pin counts against a count from where (slot doubles as the counter).
     for (int e = 0; e < g_->nhedges; e++) {
-      int total = 0;
-      for (int j = 0; j < span_[e]; j++) total += phi_[g_->netptr[e] + j].npins;
+      int distinct = 0;
       for (int i = g_->netptr[e]; i < g_->netptr[e + 1]; i++)
-        if (Phi(e, g_->where[g_->netind[i]]) <= 0) problems++;
-      if (total != g_->netptr[e + 1] - g_->netptr[e]) problems++;
+        if (slot[g_->where[g_->netind[i]]]++ == -1) distinct++;
+      for (int i = g_->netptr[e]; i < g_->netptr[e + 1]; i++) {
+        const int p = g_->where[g_->netind[i]];
+        if (slot[p] >= 0 && Phi(e, p) != slot[p] + 1) problems++;
+        slot[p] = -1;
+      }
+      if (distinct != span_[e]) problems++;
     }
     for (int v = 0; v < nvtxs; v++) {
       int b, in, n = 0;
@@ -344,6 +349,8 @@ class KwayFm {
     int k = 0;
     while (k < nent_[v] && r[k].pid != p) k++;
     if (k == nent_[v]) {
+      if (first_[v] + k >= first_[v + 1])
+        errexit__("KwayFm: the record of vertex %d has no room for part %d", v, p);
       r[k] = FmEntry{p, 0, 0};
       nent_[v]++;
     }
@@ -385,18 +392,20 @@ class KwayFm {
         if (v == u) continue;
         const int pv = where[v];
         bool changed = false;
-        if (c == 0) {  // t newly touched
-          AddEntry(v, t, w, c + 1 == n - 1 ? w : 0);
-          changed = true;
-        } else if (pv != t && c + 1 == n - 1) {  // v is the only pin outside t
-          AddEntry(v, t, 0, w);
-          changed = true;
-        }
+        // The entry for s goes before the one for t may come: a record has room for one entry
+        // per pin beside v, and u is one pin.
         if (a == 1) {  // s no longer touched
           AddEntry(v, s, -w, a == n - 1 ? -w : 0);
           changed = true;
         } else if (pv != s && a == n - 1) {  // v was the only pin outside s
           AddEntry(v, s, 0, -w);
+          changed = true;
+        }
+        if (c == 0) {  // t newly touched
+          AddEntry(v, t, w, c + 1 == n - 1 ? w : 0);
+          changed = true;
+        } else if (pv != t && c + 1 == n - 1) {  // v is the only pin outside t
+          AddEntry(v, t, 0, w);
           changed = true;
         }
         if (pv == s) {
