@@ -69,9 +69,11 @@ void PrintUsage(FILE *out, const char *program) {
                "               .patoh is patoh, anything else hgr)\n");
   std::fprintf(out, " --json FILE : also write the run's figures to FILE as one JSON object\n");
   std::fprintf(out,
-               " --preset P  : default, or quality: better cuts for more time (k-way FM "
-               "refinement;\n"
-               "               direct k-way unless --fix is given) (default)\n");
+               " --preset P  : default, or quality: recursive bisection with 2 runs per bisection "
+               "(unless\n"
+               "               --runs), then k-way refinement with k-way FM on every level; with "
+               "--kway, k-way\n"
+               "               FM on every level of the direct path (default)\n");
   std::fprintf(out,
                " --progress  : show a progress line on standard error even when it is not a "
                "terminal\n");
@@ -142,6 +144,7 @@ void ApplyValueFlag(const char *program, const char *flag, const char *value, Ad
       UsageError(program, "--format is hgr, mtx-colnet, mtx-rownet or patoh, not '%s'", value);
   } else if (std::strcmp(flag, "--runs") == 0) {
     a->runs = ParseRange(program, flag, value, 1, INT_MAX);
+    a->runs_given = true;
   } else if (std::strcmp(flag, "--ctype") == 0) {
     a->ctype = ParseRange(program, flag, value, 1, 5);
   } else if (std::strcmp(flag, "--rtype") == 0) {
@@ -201,8 +204,6 @@ bool TakesValue(const char *arg) {
 
 // Checks that need the whole command line.
 void CheckCombinations(const char *program, const AdvancedArgs &a) {
-  if (a.quality && !a.kway && UsesDirectPath(a) && a.rtype > 2)
-    UsageError(program, "with --preset quality, --rtype is 1 (cut) or 2 (SOED), got %d", a.rtype);
   // The direct k-way path has two objectives; any other refinement code has nothing to refine.
   if (a.kway && a.rtype > 2)
     UsageError(program, "with --kway, --rtype is 1 (cut) or 2 (SOED), got %d", a.rtype);
@@ -215,9 +216,7 @@ void CheckCombinations(const char *program, const AdvancedArgs &a) {
 }  // namespace
 
 bool UsesDirectPath(const AdvancedArgs &a) {
-  if (a.kway) return true;
-  if (getenv("HYPRA_QREC")) return false;
-  return a.quality && a.fixfile == nullptr;
+  return a.kway;
 }
 
 AdvancedArgs ParseAdvancedArguments(int argc, char *argv[]) {
@@ -246,6 +245,8 @@ AdvancedArgs ParseAdvancedArguments(int argc, char *argv[]) {
   a.nparts = ParseRange(program, "Nparts", positional[1], 2, INT_MAX);
   if (npositional == 3) a.ubfactor = ParseRange(program, "UBfactor", positional[2], 1, 49);
   CheckCombinations(program, a);
+  // The quality preset spends its time on k-way FM rather than on many runs per bisection.
+  if (a.quality && !a.runs_given && !a.kway) a.runs = kQualityRuns;
   return a;
 }
 

@@ -152,14 +152,21 @@ void PrintHeader(const AdvancedArgs &a, const HypergraphArrays &h, long long bou
       1,      a.runs,  a.ctype, a.rtype, a.vcycle, a.reconst, a.fixfile != nullptr ? 1 : 0,
       a.seed, a.dbglvl};
   const int mode = UsesDirectPath(a) ? 2 : 1;
-  if (a.imbalance > 0)
-    PrintInfoWithBound(&sizes, a.nparts, a.imbalance, bound, options, a.graphfile, mode);
+  // The quality preset names the method it used.
+  char note[160];
+  if (a.kway)
+    std::snprintf(note, sizeof(note),
+                  "Preset: quality: direct k-way partitioning, k-way FM on every level");
   else
-    PrintInfo(&sizes, a.nparts, a.ubfactor, options, a.graphfile, mode);
-  if (a.quality)
-    std::printf(" Preset: quality, %s\n",
-                mode == 2 ? "direct k-way partitioning with k-way FM refinement on every level"
-                          : "recursive bisection, then k-way refinement ending with k-way FM");
+    std::snprintf(note, sizeof(note),
+                  "Preset: quality: recursive bisection (%d runs each), then k-way refinement "
+                  "with k-way FM",
+                  a.runs);
+  const char *shown = a.quality ? note : nullptr;
+  if (a.imbalance > 0)
+    PrintInfoWithBound(&sizes, a.nparts, a.imbalance, bound, options, a.graphfile, mode, shown);
+  else
+    PrintInfo(&sizes, a.nparts, a.ubfactor, options, a.graphfile, mode, shown);
 }
 
 }  // namespace

@@ -56,6 +56,7 @@ std::string JsonSettings(const AdvancedArgs &a) {
   s += ", \"reconst\": " + std::string(a.reconst ? "true" : "false");
   s += ", \"threads\": " + std::to_string(a.threads);
   s += ", \"fix\": " + (a.fixfile != nullptr ? JsonString(a.fixfile) : std::string("null"));
+  s += ", \"preset\": " + JsonString(a.quality ? "quality" : "default");
   return s + "}";
 }
 

@@ -18,7 +18,6 @@
 // pool sized by the parts each vertex can ever see (no more than its neighbours, nor k - 1).
 // Nothing is drawn at random: ties go to the lower vertex number and then to the lighter part.
 #include <climits>
-#include <cstdlib>
 #include <cstring>
 
 #include "kway/kway.h"
@@ -470,7 +469,6 @@ class KwayFm {
 // A pass stops after this many moves in a row without a better prefix: enough to climb out of a
 // shallow local minimum, few enough that a pass stays local on a large level.
 int StallLimit(int nvtxs) {
-  if (getenv("HYPRA_Q_STALL")) return atoi(getenv("HYPRA_Q_STALL"));
   const int limit = nvtxs / 100;
   return limit < 50 ? 50 : (limit > 400 ? 400 : limit);
 }
@@ -559,7 +557,7 @@ void RefineLevelKwayFM__(PartCtrl *ctrl, HGraph *graph) {
       ctrl->Imbalance > 0 ? ctrl->MaxPartWgt : TruncateBound(ctrl->UBfactor * tpwgt / nparts);
   const int minpwgt = TruncateBound(tpwgt / (nparts * ctrl->UBfactor));
   const KwayFmResult r = RefineKwayFM__(ctrl, graph, ctrl->RType == 1 ? KWAYFM_CUT : KWAYFM_SOED,
-                                        maxpwgt, minpwgt, getenv("HYPRA_Q_PASSES") ? atoi(getenv("HYPRA_Q_PASSES")) : kLevelPasses);
+                                        maxpwgt, minpwgt, kLevelPasses);
   if (r.moves > 0 && graph->nrinfo != nullptr) ComputeInitKwayGains__(ctrl, graph);
   graph->mincut = static_cast<int>(r.cut);
   graph->soed = static_cast<int>(r.cut + r.km1);

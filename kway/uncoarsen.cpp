@@ -1,8 +1,6 @@
 // K-way uncoarsening: the partition of a coarse level is carried back level by level and
 // refined at each one.
 
-#include <cstdlib>
-
 #include "coarsen/coarsen.h"
 #include "kway/kway.h"
 
@@ -39,12 +37,9 @@ void RefineLevel(PartCtrl *ctrl, HGraph *graph) {
   }
   const ObjectiveEntry *objective = FindObjective(ctrl->RType);
   if (objective == nullptr) errexit__("Unknown refinement type: %d\n", ctrl->RType);
-  if (ctrl->Quality && getenv("HYPRA_Q_NOGREEDY")) {
-    ComputeInitKwayGains__(ctrl, graph);
-  } else {
-    objective->refine(ctrl, graph, ctrl->Quality && getenv("HYPRA_Q_GP") ? atoi(getenv("HYPRA_Q_GP")) : 10);
-  }
+  objective->refine(ctrl, graph, 10);
   KeepPartBound__(ctrl, graph);
+  // The greedy passes take the easy gains cheaply; the FM then looks past local minima.
   if (ctrl->Quality) RefineLevelKwayFM__(ctrl, graph);
 }
 

@@ -1,7 +1,6 @@
 // Public entry points: build the control record from the arguments and the options vector,
 // copy the caller's hypergraph, partition or refine it, and hand the result back.
 #include <cstddef>
-#include <cstdlib>
 
 #include "coarsen/coarsen.h"
 #include "core/core.h"
@@ -238,10 +237,6 @@ void PartKway(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int
   // to keep, by the bound, and the factor only keeps parts from growing too light).
   ctrl.UBfactor =
       static_cast<float>(ctrl.Imbalance > 0 ? 1 + ctrl.Imbalance : 1 + ubfactor / 100.0);
-  if (ctrl.Quality && getenv("HYPRA_Q_CT")) {
-    const int c = atoi(getenv("HYPRA_Q_CT")) * nparts;
-    if (c > ctrl.CoarsenTo) ctrl.CoarsenTo = c;
-  }
 
   starttimer__(&ctrl, ctrl.MultilevelTmr);
   int best = MultilevelKwayPartition__(&ctrl, graph, part);
