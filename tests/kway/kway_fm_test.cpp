@@ -91,7 +91,9 @@ TEST(KwayFm, NeverWorsensTheObjectiveNorBreaksTheBound) {
       const std::vector<int> after = PartWeights(g, in.nparts);
       for (int p = 0; p < in.nparts; p++) {
         // A part may only grow while it stays within the bound; one above it may only shrink.
-        if (after[p] > before[p]) EXPECT_LE(after[p], bound) << "part " << p;
+        if (after[p] > before[p]) {
+          EXPECT_LE(after[p], bound) << "part " << p;
+        }
       }
       for (int v = 0; v < g->nfixed; v++) EXPECT_EQ(g->where[v], in.where[v]) << "vertex " << v;
       FreeHGraph__(g);
@@ -169,7 +171,9 @@ TEST(KwayFm, KeepsPartsAboveTheFloor) {
     RefineKwayFM__(&ctrl, g, KWAYFM_CUT, INT_MAX, floor, 10);
     const std::vector<int> after = PartWeights(g, in.nparts);
     for (int p = 0; p < in.nparts; p++)
-      if (after[p] < before[p]) EXPECT_GE(after[p], floor) << "seed " << seed << " part " << p;
+      if (after[p] < before[p]) {
+        EXPECT_GE(after[p], floor) << "seed " << seed << " part " << p;
+      }
     FreeHGraph__(g);
   }
 }
