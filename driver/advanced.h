@@ -27,8 +27,8 @@ struct AdvancedArgs {
   int seed = -1;
   bool kway = false;
   bool quality = false;  // --preset quality
-  int threads = 0;   // 0: the serial run
-  int progress = 0;  // 1: --progress; the line is also shown when standard error is a terminal
+  int threads = 0;       // 0: the serial run
+  int progress = 0;      // 1: --progress; the line is also shown when standard error is a terminal
 };
 
 // Whether the run takes the direct k-way path (--kway).

@@ -193,10 +193,9 @@ bool ApplySwitch(const char *program, const char *arg, AdvancedArgs *a) {
 }
 
 bool TakesValue(const char *arg) {
-  static const char *const kWithValue[] = {"--fix",     "--runs",      "--ctype",  "--rtype",
-                                           "--vcycle",  "--seed",      "--dbglvl", "--out",
-                                           "--threads", "--imbalance", "--format", "--json",
-                                           "--preset"};
+  static const char *const kWithValue[] = {
+      "--fix", "--runs",    "--ctype",     "--rtype",  "--vcycle", "--seed",  "--dbglvl",
+      "--out", "--threads", "--imbalance", "--format", "--json",   "--preset"};
   for (const char *flag : kWithValue)
     if (std::strcmp(arg, flag) == 0) return true;
   return false;

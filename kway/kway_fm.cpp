@@ -106,7 +106,11 @@ constexpr long long kNoGain = LLONG_MIN;
 class KwayFm {
  public:
   KwayFm(HGraph *graph, int nparts, int *kpwgts, int maxpwgt, int minpwgt, KwayFmObjective obj)
-      : g_(graph), nparts_(nparts), kpwgts_(kpwgts), maxpwgt_(maxpwgt), minpwgt_(minpwgt),
+      : g_(graph),
+        nparts_(nparts),
+        kpwgts_(kpwgts),
+        maxpwgt_(maxpwgt),
+        minpwgt_(minpwgt),
         obj_(obj) {
     const int nvtxs = g_->nvtxs, nhedges = g_->nhedges;
     const int npins = nhedges > 0 ? g_->netptr[nhedges] : 0;
@@ -117,8 +121,8 @@ class KwayFm {
     internal_ = imalloc__(nvtxs, "KwayFm: internal");
     incident_ = imalloc__(nvtxs, "KwayFm: incident");
     nent_ = imalloc__(nvtxs, "KwayFm: nent");
-    first_ = static_cast<long long *>(RVmalloc__(
-        (static_cast<long long>(nvtxs) + 1) * sizeof(long long), "KwayFm: first"));
+    first_ = static_cast<long long *>(
+        RVmalloc__((static_cast<long long>(nvtxs) + 1) * sizeof(long long), "KwayFm: first"));
     marker_ = ismalloc__(nvtxs, -1, "KwayFm: marker");
     slot_ = ismalloc__(nparts, -1, "KwayFm: slot");
     touched_ = imalloc__(nvtxs, "KwayFm: touched");
@@ -141,8 +145,8 @@ class KwayFm {
       total += room < nparts_ - 1 ? room : nparts_ - 1;
     }
     first_[nvtxs] = total;
-    pool_ = static_cast<FmEntry *>(RVmalloc__(total * static_cast<long long>(sizeof(FmEntry)),
-                                              "KwayFm: pool"));
+    pool_ = static_cast<FmEntry *>(
+        RVmalloc__(total * static_cast<long long>(sizeof(FmEntry)), "KwayFm: pool"));
     Build();
   }
 
@@ -297,7 +301,8 @@ class KwayFm {
     cut_ = km1_ = 0;
     for (int e = 0; e < nhedges; e++) {
       span_[e] = 0;
-      for (int i = g_->netptr[e]; i < g_->netptr[e + 1]; i++) AddPhi(e, g_->where[g_->netind[i]], 1);
+      for (int i = g_->netptr[e]; i < g_->netptr[e + 1]; i++)
+        AddPhi(e, g_->where[g_->netind[i]], 1);
       if (span_[e] > 1) {
         cut_ += g_->netwgt[e];
         km1_ += static_cast<long long>(span_[e] - 1) * g_->netwgt[e];
@@ -305,7 +310,8 @@ class KwayFm {
     }
     for (int v = 0; v < nvtxs; v++) {
       incident_[v] = 0;
-      for (int i = g_->incptr[v]; i < g_->incptr[v + 1]; i++) incident_[v] += g_->netwgt[g_->incind[i]];
+      for (int i = g_->incptr[v]; i < g_->incptr[v + 1]; i++)
+        incident_[v] += g_->netwgt[g_->incind[i]];
       RecordOf(v, &benefit_[v], &internal_[v], pool_ + first_[v], slot_, &nent_[v]);
     }
   }

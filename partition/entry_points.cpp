@@ -184,8 +184,7 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   ctrl.run = run;
   // With a bound to keep, the polish after the recursion runs for any number of parts: its
   // records grow with the parts each vertex touches, not with the number of parts.
-  ctrl.KwayRefine =
-      kway_refine && (nparts <= 64 || setup.imbalance > 0 || setup.quality) ? 1 : 0;
+  ctrl.KwayRefine = kway_refine && (nparts <= 64 || setup.imbalance > 0 || setup.quality) ? 1 : 0;
   ValidateControl(&ctrl, nparts, ubfactor);
   ValidateHypergraph__(nvtxs, nhedges, eptr, eind);
   ValidateWeights__(nvtxs, nhedges, vwgts, eptr, hewgts);
@@ -402,8 +401,9 @@ int PartitionWithParams(int nvtxs, int nhedges, const int *vwgts, const int *ept
     errexit__("HYPRA_Partition: threads should be between 0 and 4096, not %d.", params->threads);
   const int preset = PresetOf(params);
   if (preset != HYPRA_PRESET_DEFAULT && preset != HYPRA_PRESET_QUALITY)
-    errexit__("HYPRA_Partition: preset %d is neither HYPRA_PRESET_DEFAULT nor HYPRA_PRESET_QUALITY.",
-              preset);
+    errexit__(
+        "HYPRA_Partition: preset %d is neither HYPRA_PRESET_DEFAULT nor HYPRA_PRESET_QUALITY.",
+        preset);
   const double imbalance = ImbalanceOf(params);
   if (!(imbalance >= 0 && imbalance < 1))
     errexit__("HYPRA_Partition: imbalance should be 0 or between 0 and 1, not %g.", imbalance);

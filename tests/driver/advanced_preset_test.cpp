@@ -75,8 +75,9 @@ TEST(AdvancedPreset, HeaderNamesTheMethod) {
     std::string line;
   };
   const std::vector<Case> cases = {
-      {{}, " Preset: quality: recursive bisection (2 runs each), then k-way refinement with k-way "
-           "FM\n\nRecursive Partitioning..."},
+      {{},
+       " Preset: quality: recursive bisection (2 runs each), then k-way refinement with k-way "
+       "FM\n\nRecursive Partitioning..."},
       {{"--runs", "3"},
        " Preset: quality: recursive bisection (3 runs each), then k-way refinement with k-way "
        "FM\n"},
@@ -93,8 +94,8 @@ TEST(AdvancedPreset, HeaderNamesTheMethod) {
   }
   // The default preset prints no such line and runs as without the flag.
   const auto plain = RunAdvanced({"ring.hgr", "4", "5", "--seed", "3"}, dir.path);
-  const auto named = RunAdvanced({"ring.hgr", "4", "5", "--seed", "3", "--preset", "default"},
-                                 dir.path);
+  const auto named =
+      RunAdvanced({"ring.hgr", "4", "5", "--seed", "3", "--preset", "default"}, dir.path);
   ASSERT_EQ(plain.status, 0);
   EXPECT_EQ(plain.out.find("Preset:"), std::string::npos);
   EXPECT_EQ(WithoutTimes(plain.out), WithoutTimes(named.out));
@@ -137,7 +138,7 @@ TEST(AdvancedPreset, QualityRepeatsForASeedAndForEveryThreadCount) {
   ScratchDir dir;
   dir.Write("ring.hgr", RingFile(500));
   for (const bool kway : {false, true}) {
-    std::vector<std::string> base = {"ring.hgr", "6",  "5",         "--seed",  "8",
+    std::vector<std::string> base = {"ring.hgr", "6",       "5",     "--seed",   "8",
                                      "--preset", "quality", "--out", "ring.part"};
     if (kway) base.push_back("--kway");
     const auto a = RunAdvanced(base, dir.path);

@@ -199,8 +199,7 @@ TEST(KwayFm, LevelRefinementKeepsTheGreedyRecordsCurrent) {
       const int tracked_cut = g->mincut;
       ComputeInitKwayGains__(&ctrl, g);
       EXPECT_EQ(g->mincut, tracked_cut);
-      EXPECT_EQ(PartWeights(g, in.nparts),
-                std::vector<int>(g->kpwgts, g->kpwgts + in.nparts));
+      EXPECT_EQ(PartWeights(g, in.nparts), std::vector<int>(g->kpwgts, g->kpwgts + in.nparts));
       RVfree__(&g->nrinfo, &g->crinfo, &g->nrdata, &g->crdata, &g->kpwgts, &g->kslot);
     }
     FreeHGraph__(g);
