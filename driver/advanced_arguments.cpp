@@ -69,11 +69,11 @@ void PrintUsage(FILE *out, const char *program) {
                "               .patoh is patoh, anything else hgr)\n");
   std::fprintf(out, " --json FILE : also write the run's figures to FILE as one JSON object\n");
   std::fprintf(out,
-               " --preset P  : default, or quality: recursive bisection with 2 runs per bisection "
-               "(unless\n"
-               "               --runs), then k-way refinement with k-way FM on every level; with "
-               "--kway, k-way\n"
-               "               FM on every level of the direct path (default)\n");
+               " --preset P  : default, or quality: recursive bisection with 2 to 4 runs per "
+               "bisection\n"
+               "               (unless --runs), then k-way refinement with k-way FM; with --kway, "
+               "k-way FM\n"
+               "               on every level of the direct path (default)\n");
   std::fprintf(out,
                " --progress  : show a progress line on standard error even when it is not a "
                "terminal\n");
@@ -245,7 +245,7 @@ AdvancedArgs ParseAdvancedArguments(int argc, char *argv[]) {
   if (npositional == 3) a.ubfactor = ParseRange(program, "UBfactor", positional[2], 1, 49);
   CheckCombinations(program, a);
   // The quality preset spends its time on k-way FM rather than on many runs per bisection.
-  if (a.quality && !a.runs_given && !a.kway) a.runs = kQualityRuns;
+  if (a.quality && !a.runs_given && !a.kway) a.runs = QualityRuns(a.nparts);
   return a;
 }
 

@@ -239,7 +239,9 @@ int MLRB__(PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offset) {
 }
 
 int MultilevelPartition__(PartCtrl *ctrl, HGraph *graph, int *part) {
-  const bool kway = ctrl->Nparts > 2 && ctrl->KwayRefine;
+  // The quality preset polishes a bisection too: the k-way FM sees moves the bisection's own
+  // refinement, held to the tolerance of its level, did not take.
+  const bool kway = (ctrl->Nparts > 2 || ctrl->Quality) && ctrl->KwayRefine;
 
   if (!ctrl->Fixed) {
     graph->isroot = 1;
