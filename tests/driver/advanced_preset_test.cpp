@@ -76,7 +76,7 @@ TEST(AdvancedPreset, HeaderNamesTheMethod) {
   };
   const std::vector<Case> cases = {
       {{},
-       " Preset: quality: recursive bisection (2 runs each), then k-way refinement with k-way "
+       " Preset: quality: recursive bisection (4 runs each), then k-way refinement with k-way "
        "FM\n\nRecursive Partitioning..."},
       {{"--runs", "3"},
        " Preset: quality: recursive bisection (3 runs each), then k-way refinement with k-way "
