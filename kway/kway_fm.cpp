@@ -316,18 +316,10 @@ class KwayFm {
     }
   }
 
-  // The priority of moving v along entry d: its gain in the objective, then, among equal gains,
-  // its gain in the other measure (connectivity - 1 for the cut, the cut otherwise), which finds
-  // a way across the plateaus where many moves leave the objective as it is. The gain is clamped
-  // far beyond any real one so that the pair fits one integer in order.
   long long Gain(int v, const FmEntry &d) const {
     const long long km1 = static_cast<long long>(benefit_[v]) - incident_[v] + d.conn;
     const long long cut = static_cast<long long>(d.uncut) - internal_[v];
-    const long long primary = obj_ == KWAYFM_CUT ? cut : obj_ == KWAYFM_KM1 ? km1 : cut + km1;
-    const long long secondary = obj_ == KWAYFM_CUT ? km1 : cut;
-    constexpr long long kClamp = 1LL << 30;
-    const long long clamped = primary > kClamp ? kClamp : primary < -kClamp ? -kClamp : primary;
-    return clamped * (1LL << 32) + secondary;
+    return obj_ == KWAYFM_CUT ? cut : obj_ == KWAYFM_KM1 ? km1 : cut + km1;
   }
 
   // The best gain of v toward a part that has room for it (and that part in *to), or kNoGain.
