@@ -473,10 +473,11 @@ class KwayFm {
 };
 
 // A pass stops after this many moves in a row without a better prefix: enough to climb out of a
-// shallow local minimum, few enough that a pass stays local on a large level.
+// local minimum (measured on the ISPD98 circuits at 64 parts, 4 % of the vertices cut 1 to 3 %
+// less than 1 % did), few enough that a pass stays local on a large level.
 int StallLimit(int nvtxs) {
-  const int limit = nvtxs / 100;
-  return limit < 50 ? 50 : (limit > 400 ? 400 : limit);
+  const int limit = nvtxs / 25;
+  return limit < 200 ? 200 : (limit > 1600 ? 1600 : limit);
 }
 
 // As the greedy refiners truncate their bounds: toward zero, clamped to the ints.
