@@ -84,7 +84,7 @@ TEST(Preset, ARecordWithoutThePresetGetsTheDefault) {
 TEST(Preset, QualityObjectivesMatchThePartitionAndTheBoundHolds) {
   const TestHypergraph h = RingHypergraph(600, 900, 8, true);
   for (const int method : {HYPRA_RECURSIVE, HYPRA_DIRECT}) {
-    for (const int nparts : {3, 8, 70}) {
+    for (const int nparts : {2, 3, 8, 70}) {
       SCOPED_TRACE(testing::Message() << "method " << method << ", " << nparts << " parts");
       HYPRA_Params params = Quality(method, nparts);
       params.imbalance = 0.05;
@@ -102,17 +102,20 @@ TEST(Preset, QualityObjectivesMatchThePartitionAndTheBoundHolds) {
 TEST(Preset, QualityKeepsFixedVertices) {
   const TestHypergraph h = RingHypergraph(500, 800, 9, true);
   std::vector<int> fixed(h.nvtxs, -1);
-  for (int v = 0; v < h.nvtxs; v += 37) fixed[v] = v % 5;
-  HYPRA_Params params = Quality(HYPRA_RECURSIVE, 5);
-  params.fixed = fixed.data();
-  params.imbalance = 0.1;
-  const Outcome o = RunWith(h, params);
-  ASSERT_EQ(o.status, HYPRA_OK) << HYPRA_LastError();
-  for (int v = 0; v < h.nvtxs; v++)
-    if (fixed[v] >= 0) {
-      EXPECT_EQ(o.part[v], fixed[v]) << "vertex " << v;
-    }
-  EXPECT_EQ(o.objective, CutOf(h, o.part));
+  for (const int nparts : {2, 5}) {
+    SCOPED_TRACE(nparts);
+    for (int v = 0; v < h.nvtxs; v += 37) fixed[v] = v % nparts;
+    HYPRA_Params params = Quality(HYPRA_RECURSIVE, nparts);
+    params.fixed = fixed.data();
+    params.imbalance = 0.1;
+    const Outcome o = RunWith(h, params);
+    ASSERT_EQ(o.status, HYPRA_OK) << HYPRA_LastError();
+    for (int v = 0; v < h.nvtxs; v++)
+      if (fixed[v] >= 0) {
+        EXPECT_EQ(o.part[v], fixed[v]) << "vertex " << v;
+      }
+    EXPECT_EQ(o.objective, CutOf(h, o.part));
+  }
 }
 
 TEST(Preset, QualityIsDeterministicAndTheSameForEveryThreadCount) {
