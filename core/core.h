@@ -215,6 +215,10 @@ struct PartCtrl {
   // its own tolerance from them, and the k-way refiners never let a part grow past MaxPartWgt.
   double Imbalance;
   int MaxPartWgt;
+
+  // Quality mode (0: off). On, every level of the direct path's uncoarsening and the polish after
+  // recursive bisection end with k-way FM refinement (kway/kway_fm.cpp) after the greedy passes.
+  int Quality;
 };
 
 // Starts a run's values from the control record's settings.

@@ -25,6 +25,7 @@ void PrintUsage(FILE *out, const char *program) {
                "[--rtype R]\n"
                "       [--vcycle V] [--reconst] [--seed S] [--dbglvl D] [--kway] [--out FILE]\n"
                "       [--threads N] [--imbalance EPS] [--format F] [--json FILE] [--progress]\n"
+               "       [--preset P]\n"
                "   or: %s GraphFile Nparts --imbalance EPS [options]\n",
                program, program);
   std::fprintf(out, "Where:\n");
@@ -67,6 +68,12 @@ void PrintUsage(FILE *out, const char *program) {
                "mtx-colnet,\n"
                "               .patoh is patoh, anything else hgr)\n");
   std::fprintf(out, " --json FILE : also write the run's figures to FILE as one JSON object\n");
+  std::fprintf(out,
+               " --preset P  : default, or quality: recursive bisection with 2 to 4 runs per "
+               "bisection\n"
+               "               (unless --runs), then k-way refinement with k-way FM; with --kway, "
+               "k-way FM\n"
+               "               on every level of the direct path (default)\n");
   std::fprintf(out,
                " --progress  : show a progress line on standard error even when it is not a "
                "terminal\n");
@@ -137,6 +144,7 @@ void ApplyValueFlag(const char *program, const char *flag, const char *value, Ad
       UsageError(program, "--format is hgr, mtx-colnet, mtx-rownet or patoh, not '%s'", value);
   } else if (std::strcmp(flag, "--runs") == 0) {
     a->runs = ParseRange(program, flag, value, 1, INT_MAX);
+    a->runs_given = true;
   } else if (std::strcmp(flag, "--ctype") == 0) {
     a->ctype = ParseRange(program, flag, value, 1, 5);
   } else if (std::strcmp(flag, "--rtype") == 0) {
@@ -147,6 +155,13 @@ void ApplyValueFlag(const char *program, const char *flag, const char *value, Ad
     a->dbglvl = ParseRange(program, flag, value, 0, INT_MAX);
   } else if (std::strcmp(flag, "--threads") == 0) {
     a->threads = ParseRange(program, flag, value, 1, 4096);
+  } else if (std::strcmp(flag, "--preset") == 0) {
+    if (std::strcmp(value, "quality") == 0)
+      a->quality = true;
+    else if (std::strcmp(value, "default") == 0)
+      a->quality = false;
+    else
+      UsageError(program, "--preset is default or quality, not '%s'", value);
   } else if (std::strcmp(flag, "--imbalance") == 0) {
     a->imbalance = ParseImbalance(program, value);
   } else {
@@ -178,9 +193,9 @@ bool ApplySwitch(const char *program, const char *arg, AdvancedArgs *a) {
 }
 
 bool TakesValue(const char *arg) {
-  static const char *const kWithValue[] = {"--fix",     "--runs",      "--ctype",  "--rtype",
-                                           "--vcycle",  "--seed",      "--dbglvl", "--out",
-                                           "--threads", "--imbalance", "--format", "--json"};
+  static const char *const kWithValue[] = {
+      "--fix", "--runs",    "--ctype",     "--rtype",  "--vcycle", "--seed",  "--dbglvl",
+      "--out", "--threads", "--imbalance", "--format", "--json",   "--preset"};
   for (const char *flag : kWithValue)
     if (std::strcmp(arg, flag) == 0) return true;
   return false;
@@ -198,6 +213,10 @@ void CheckCombinations(const char *program, const AdvancedArgs &a) {
 }
 
 }  // namespace
+
+bool UsesDirectPath(const AdvancedArgs &a) {
+  return a.kway;
+}
 
 AdvancedArgs ParseAdvancedArguments(int argc, char *argv[]) {
   AdvancedArgs a;
@@ -225,6 +244,8 @@ AdvancedArgs ParseAdvancedArguments(int argc, char *argv[]) {
   a.nparts = ParseRange(program, "Nparts", positional[1], 2, INT_MAX);
   if (npositional == 3) a.ubfactor = ParseRange(program, "UBfactor", positional[2], 1, 49);
   CheckCombinations(program, a);
+  // The quality preset spends its time on k-way FM rather than on many runs per bisection.
+  if (a.quality && !a.runs_given && !a.kway) a.runs = QualityRuns(a.nparts);
   return a;
 }
 

@@ -121,7 +121,8 @@ int Partition(const AdvancedArgs &a, const Input &in, int *part, ProgressLine *p
   const HypergraphArrays &h = in.arrays;
   HYPRA_Params params;
   HYPRA_DefaultParams(&params);
-  params.method = a.kway ? HYPRA_DIRECT : HYPRA_RECURSIVE;
+  params.method = UsesDirectPath(a) ? HYPRA_DIRECT : HYPRA_RECURSIVE;
+  params.preset = a.quality ? HYPRA_PRESET_QUALITY : HYPRA_PRESET_DEFAULT;
   params.nparts = a.nparts;
   params.ubfactor = a.ubfactor;
   params.runs = a.runs;
@@ -150,10 +151,22 @@ void PrintHeader(const AdvancedArgs &a, const HypergraphArrays &h, long long bou
   const int options[9] = {
       1,      a.runs,  a.ctype, a.rtype, a.vcycle, a.reconst, a.fixfile != nullptr ? 1 : 0,
       a.seed, a.dbglvl};
-  if (a.imbalance > 0)
-    PrintInfoWithBound(&sizes, a.nparts, a.imbalance, bound, options, a.graphfile, a.kway ? 2 : 1);
+  const int mode = UsesDirectPath(a) ? 2 : 1;
+  // The quality preset names the method it used.
+  char note[160];
+  if (a.kway)
+    std::snprintf(note, sizeof(note),
+                  "Preset: quality: direct k-way partitioning, k-way FM on every level");
   else
-    PrintInfo(&sizes, a.nparts, a.ubfactor, options, a.graphfile, a.kway ? 2 : 1);
+    std::snprintf(note, sizeof(note),
+                  "Preset: quality: recursive bisection (%d runs each), then k-way refinement "
+                  "with k-way FM",
+                  a.runs);
+  const char *shown = a.quality ? note : nullptr;
+  if (a.imbalance > 0)
+    PrintInfoWithBound(&sizes, a.nparts, a.imbalance, bound, options, a.graphfile, mode, shown);
+  else
+    PrintInfo(&sizes, a.nparts, a.ubfactor, options, a.graphfile, mode, shown);
 }
 
 }  // namespace
@@ -179,7 +192,7 @@ int main(int argc, char *argv[]) {
   std::fflush(stdout);
 
   ProgressLine *progress =
-      ShowProgress(args) ? StartProgressLine(args.kway ? "trials" : "runs") : nullptr;
+      ShowProgress(args) ? StartProgressLine(UsesDirectPath(args) ? "trials" : "runs") : nullptr;
   const double cpu_start = seconds__();
   const auto wall_start = std::chrono::steady_clock::now();
   const int status = Partition(args, in, in.part.data(), progress);

@@ -56,6 +56,7 @@ std::string JsonSettings(const AdvancedArgs &a) {
   s += ", \"reconst\": " + std::string(a.reconst ? "true" : "false");
   s += ", \"threads\": " + std::to_string(a.threads);
   s += ", \"fix\": " + (a.fixfile != nullptr ? JsonString(a.fixfile) : std::string("null"));
+  s += ", \"preset\": " + JsonString(a.quality ? "quality" : "default");
   return s + "}";
 }
 
@@ -71,7 +72,7 @@ std::string JsonReport(const AdvancedArgs &a, const RunFigures &f) {
   field("hyperedges", std::to_string(f.nhedges));
   field("pins", std::to_string(f.npins));
   field("k", std::to_string(a.nparts));
-  field("method", JsonString(a.kway ? "direct" : "recursive"));
+  field("method", JsonString(UsesDirectPath(a) ? "direct" : "recursive"));
   field("imbalance_bound", a.imbalance > 0 ? JsonNumber(a.imbalance) : "null");
   field("max_part_weight_bound", f.bound > 0 ? std::to_string(f.bound) : "null");
   field("imbalance", JsonNumber(m.imbalance));

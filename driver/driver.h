@@ -18,11 +18,13 @@ void ReadPartitionChecked(int nvtxs, int *part, const char *filename, int strict
 void WriteHGraphPart(int nvtxs, const int *part, const char *filename);
 
 // The header printed before partitioning; mode 1 is recursive bisection, anything else k-way.
+// A note, when given, is printed as one more line below the options.
 void PrintInfo(const HGraph *graph, int nparts, int ubfactor, const int *options,
-               const char *filename, int mode);
+               const char *filename, int mode, const char *note = nullptr);
 // The same header for a run held to an imbalance bound: the bound replaces the UBfactor.
 void PrintInfoWithBound(const HGraph *graph, int nparts, double imbalance, long long bound,
-                        const int *options, const char *filename, int mode);
+                        const int *options, const char *filename, int mode,
+                        const char *note = nullptr);
 
 // Quality of a partition. Null weight arrays mean unit weights.
 void PrintPartStatistics(int nvtxs, int nhedges, int nparts, const int *netptr, const int *netind,

@@ -43,13 +43,14 @@ void PrintOptions(const int *options, int mode) {
 
 // The header with the balance in force already written out as text.
 void PrintHeader(const HGraph *graph, int nparts, const char *balance, const int *options,
-                 const char *filename, int mode) {
+                 const char *filename, int mode, const char *note) {
   std::printf("*******************************************************************************\n");
   std::printf("%s\n\n", kBanner);
   std::printf("HyperGraph Information -----------------------------------------------------\n");
   std::printf(" Name: %s, #Vtxs: %5d, #Hedges: %5d, #Parts: %d, %s\n", filename, graph->nvtxs,
               graph->nhedges, nparts, balance);
   if (options != nullptr) PrintOptions(options, mode);
+  if (note != nullptr) std::printf(" %s\n", note);
   if (mode == 1)
     std::printf("\nRecursive Partitioning... --------------------------------------------------\n");
   else
@@ -59,20 +60,20 @@ void PrintHeader(const HGraph *graph, int nparts, const char *balance, const int
 }  // namespace
 
 void PrintInfo(const HGraph *graph, int nparts, int ubfactor, const int *options,
-               const char *filename, int mode) {
+               const char *filename, int mode, const char *note) {
   // Recursive bisection shows the tolerance as a fraction, k-way as a multiplier.
   const double ub = mode == 1 ? ubfactor / 100.0 : 1 + ubfactor / 100.0;
   char balance[64];
   std::snprintf(balance, sizeof(balance), "UBfactor: %1.2f", ub);
-  PrintHeader(graph, nparts, balance, options, filename, mode);
+  PrintHeader(graph, nparts, balance, options, filename, mode, note);
 }
 
 void PrintInfoWithBound(const HGraph *graph, int nparts, double imbalance, long long bound,
-                        const int *options, const char *filename, int mode) {
+                        const int *options, const char *filename, int mode, const char *note) {
   char balance[96];
   std::snprintf(balance, sizeof(balance), "Imbalance: %g (every part at most %lld)", imbalance,
                 bound);
-  PrintHeader(graph, nparts, balance, options, filename, mode);
+  PrintHeader(graph, nparts, balance, options, filename, mode, note);
 }
 
 }  // namespace hypra

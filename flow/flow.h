@@ -30,7 +30,7 @@ struct FlowSettings {
 // with a part there never moves. The order of the work depends on nothing but the input, so the
 // same input always gives the same output. Returns the improvement of the objective (>= 0).
 // ctrl may be null; with DBG_REFINE in its dbglvl one line per round is printed.
-long long FlowRefine__(PartCtrl *ctrl, const HGraph *graph, int nparts, int *part,
+long long FlowRefine__(const PartCtrl *ctrl, const HGraph *graph, int nparts, int *part,
                        const int *fixedpart, const FlowSettings &s);
 
 }  // namespace hypra

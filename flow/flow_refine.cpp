@@ -46,7 +46,7 @@ std::vector<long long> AdjacentPairs(const FlowContext *ctx) {
 
 }  // namespace
 
-long long FlowRefine__(PartCtrl *ctrl, const HGraph *graph, int nparts, int *part,
+long long FlowRefine__(const PartCtrl *ctrl, const HGraph *graph, int nparts, int *part,
                        const int *fixedpart, const FlowSettings &s) {
   if (graph->nvtxs == 0 || nparts < 2) return 0;
   FlowContext ctx;
@@ -71,7 +71,7 @@ long long FlowRefine__(PartCtrl *ctrl, const HGraph *graph, int nparts, int *par
       gain += outcome.gain;
       changed[a] = changed[b] = 1;
     }
-    if (ctrl != nullptr && (ctrl->dbglvl & DBG_REFINE))
+    if (ctrl != nullptr && (ctrl->run->now.dbglvl & DBG_REFINE))
       Printf__(ctrl, "Flow round %d: %zu pairs, %d tried, %d changed, gain %lld\n", round,
                pairs.size(), tried, moved, gain);
     active = changed;

@@ -77,6 +77,7 @@ void AdoptPrunedPartition(const PartCtrl *ctrl, HGraph *graph, HGraph *pgraph) {
     pgraph->where = nullptr;
     RefineForObjective(ctrl, graph);
     KeepPartBound__(ctrl, graph);
+    if (ctrl->Quality) RefineLevelKwayFM__(ctrl, graph);
     if (trace) {
       Printf__(ctrl, "%d]", graph->kwayobj);
       Flush__(ctrl);

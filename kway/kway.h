@@ -41,6 +41,33 @@ void KeepPartBound__(const PartCtrl *ctrl, HGraph *graph);
 // it, building and releasing the k-way records it needs. Returns the parts still above.
 int EnforcePartBound__(const PartCtrl *ctrl, HGraph *graph, int *part, bool soed);
 
+// K-way FM refinement (kway_fm.cpp). Passes of single-vertex moves, best gain first from a gain
+// cache kept current by differences, each vertex moving at most once per pass and the pass rolled
+// back to its best prefix (the best objective, ties to the lighter heaviest part). No move makes
+// a part heavier than maxpwgt or takes one below minpwgt; vertices below graph->nfixed never
+// move. Works on graph->where (building the incidence when missing) and keeps graph->kpwgts, when
+// allocated, current; the greedy refiners' records are left as they were. Deterministic: it
+// draws nothing at random. Stops after npasses passes or the first pass that gains nothing.
+enum KwayFmObjective {
+  KWAYFM_CUT,   // weight of the hyperedges spanning two parts or more
+  KWAYFM_KM1,   // connectivity - 1
+  KWAYFM_SOED,  // sum of external degrees, the cut plus connectivity - 1
+};
+struct KwayFmResult {
+  long long cut, km1;  // of the refined partition
+  int passes, moves;   // passes made, moves kept over all of them
+};
+KwayFmResult RefineKwayFM__(const PartCtrl *ctrl, HGraph *graph, KwayFmObjective objective,
+                            int maxpwgt, int minpwgt, int npasses);
+// The quality mode's k-way FM on a refined level, by the objective RType names (1 cut, 2 SOED;
+// nothing for any other code) and under the part bounds of the greedy refiners. Leaves the
+// greedy records, mincut, soed and kwayobj current.
+void RefineLevelKwayFM__(const PartCtrl *ctrl, HGraph *graph);
+// Debugging aid: builds the gain cache of graph->where, makes nmoves pseudo-random moves (from
+// `seed`), and compares the cache and the objectives against a recomputation after each. Returns
+// the number of disagreements (0 when the cache is exact). Changes graph->where.
+int CheckKwayFMCache__(const PartCtrl *ctrl, HGraph *graph, int nmoves, int seed);
+
 // Direct k-way partitioning.
 int MultilevelKwayPartition__(const PartCtrl *ctrl, HGraph *graph, int *part);
 void InitPartitionKway__(const PartCtrl *ctrl, HGraph *graph);

@@ -39,6 +39,8 @@ void RefineLevel(const PartCtrl *ctrl, HGraph *graph) {
   if (objective == nullptr) errexit__("Unknown refinement type: %d\n", ctrl->run->now.RType);
   objective->refine(ctrl, graph, 10);
   KeepPartBound__(ctrl, graph);
+  // The greedy passes take the easy gains cheaply; the FM then looks past local minima.
+  if (ctrl->Quality) RefineLevelKwayFM__(ctrl, graph);
 }
 
 }  // namespace

@@ -110,7 +110,7 @@ void StartRun(const PartCtrl *ctrl) {
 }
 
 // Stops the total timer, prints the timers when asked and releases the run's copy.
-void FinishRun(PartCtrl *ctrl, HGraph *graph) {
+void FinishRun(const PartCtrl *ctrl, HGraph *graph) {
   stoptimer__(ctrl, ctrl->run->time.TotalTmr);
   if (ctrl->run->now.dbglvl & DBG_TIME) PrintTimers__(&ctrl->run->time, 0);
   FreeHGraph__(graph);
@@ -139,6 +139,7 @@ struct RunSetup {
   int64_t seed = 0;
   int threads = 0;         // 0: the serial path; N >= 1: the parallel mode on N threads
   double imbalance = 0.0;  // 0: ubfactor rules the balance; else the bound on every part
+  bool quality = false;    // the quality preset: k-way FM after the greedy k-way passes
   ProgressHook *progress = nullptr;
 };
 
@@ -162,6 +163,7 @@ Scheduler *ApplySetup(PartCtrl *ctrl, const RunSetup &setup, int nvtxs, const in
     ctrl->MaxPartWgt = PartWeightBound__(TotalWeight(nvtxs, vwgts), ctrl->Nparts, setup.imbalance);
   }
   if (setup.has_seed) ctrl->Seed = setup.seed;
+  ctrl->Quality = setup.quality ? 1 : 0;
   ctrl->Progress = setup.progress;
   if (setup.threads < 1) return nullptr;
   // One seed for the whole call: every stream derives from it, whatever runs when.
@@ -181,7 +183,7 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   ctrl.run = run;
   // With a bound to keep, the polish after the recursion runs for any number of parts: its
   // records grow with the parts each vertex touches, not with the number of parts.
-  ctrl.KwayRefine = kway_refine && (nparts <= 64 || setup.imbalance > 0) ? 1 : 0;
+  ctrl.KwayRefine = kway_refine && (nparts <= 64 || setup.imbalance > 0 || setup.quality) ? 1 : 0;
   ValidateControl(&ctrl, nparts, ubfactor);
   ValidateHypergraph__(nvtxs, nhedges, eptr, eind);
   ValidateWeights__(nvtxs, nhedges, vwgts, eptr, hewgts);
@@ -202,7 +204,7 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
 // The bounded-imbalance mode after the best trial: every level was held to the bound, but
 // islands are placed by weight alone, so a part may still be above it. Returns the objective of
 // the final partition.
-int KeepBoundAfterTrials(PartCtrl *ctrl, HGraph *graph, int *part) {
+int KeepBoundAfterTrials(const PartCtrl *ctrl, HGraph *graph, int *part) {
   const bool soed = ctrl->run->now.RType == 2;
   EnforcePartBound__(ctrl, graph, part, soed);
   return soed ? ComputeActualSOED__(graph, part) : ComputeActualCut__(graph, part);
@@ -249,8 +251,12 @@ constexpr size_t kParamsSizeBeforeImbalance = offsetof(HYPRA_Params, imbalance);
 // Likewise before the progress report joined it.
 constexpr size_t kParamsSizeBeforeProgress = offsetof(HYPRA_Params, progress);
 
+// Likewise before the preset joined it: such a caller gets the default preset.
+constexpr size_t kParamsSizeBeforePreset = offsetof(HYPRA_Params, preset);
+
 bool KnownParamsSize(int size) {
   return size == static_cast<int>(sizeof(HYPRA_Params)) ||
+         size == static_cast<int>(kParamsSizeBeforePreset) ||
          size == static_cast<int>(kParamsSizeBeforeProgress) ||
          size == static_cast<int>(kParamsSizeBeforeImbalance);
 }
@@ -261,7 +267,13 @@ double ImbalanceOf(const HYPRA_Params *params) {
 }
 
 bool HasProgress(const HYPRA_Params *params) {
-  return static_cast<size_t>(params->size) == sizeof(HYPRA_Params) && params->progress != nullptr;
+  return static_cast<size_t>(params->size) >= kParamsSizeBeforePreset &&
+         params->progress != nullptr;
+}
+
+int PresetOf(const HYPRA_Params *params) {
+  return static_cast<size_t>(params->size) == sizeof(HYPRA_Params) ? params->preset
+                                                                   : HYPRA_PRESET_DEFAULT;
 }
 
 // Whether no partition can keep every part within `bound`, whatever it does: a vertex heavier
@@ -374,6 +386,7 @@ extern "C" void HYPRA_DefaultParams(HYPRA_Params *params) {
   params->threads = 0;
   params->dbglvl = 0;
   params->imbalance = 0.0;
+  params->preset = HYPRA_PRESET_DEFAULT;
 }
 
 namespace {
@@ -391,6 +404,11 @@ int PartitionWithParams(int nvtxs, int nhedges, const int *vwgts, const int *ept
               params->method);
   if (params->threads < 0 || params->threads > 4096)
     errexit__("HYPRA_Partition: threads should be between 0 and 4096, not %d.", params->threads);
+  const int preset = PresetOf(params);
+  if (preset != HYPRA_PRESET_DEFAULT && preset != HYPRA_PRESET_QUALITY)
+    errexit__(
+        "HYPRA_Partition: preset %d is neither HYPRA_PRESET_DEFAULT nor HYPRA_PRESET_QUALITY.",
+        preset);
   const double imbalance = ImbalanceOf(params);
   if (!(imbalance >= 0 && imbalance < 1))
     errexit__("HYPRA_Partition: imbalance should be 0 or between 0 and 1, not %g.", imbalance);
@@ -426,6 +444,7 @@ int PartitionWithParams(int nvtxs, int nhedges, const int *vwgts, const int *ept
   setup.seed = params->seed;
   setup.threads = params->threads;
   setup.imbalance = imbalance;
+  setup.quality = preset == HYPRA_PRESET_QUALITY;
   // Every bisection of the recursion (nparts - 1 of them) makes `runs` runs; the direct path
   // makes `runs` trials.
   ProgressHook progress{nullptr, nullptr, 0, {0}};

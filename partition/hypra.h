@@ -139,7 +139,19 @@ typedef struct HYPRA_Params {
      it, so it must be thread-safe. NULL: no reports.                                   (NULL) */
   void (*progress)(void *data, int done, int total);
   void *progress_data; /* handed to progress                                          (NULL) */
+  /* HYPRA_PRESET_DEFAULT, or HYPRA_PRESET_QUALITY: better cuts for more time (see below). A
+     record whose size predates this field gets the default.                      (default) */
+  int preset;
 } HYPRA_Params;
+
+/* Presets of HYPRA_Params. The quality preset keeps the chosen method and adds k-way FM
+   refinement (moves of any gain, best first, each pass rolled back to its best prefix, never past
+   the part bound, fixed vertices kept): HYPRA_DIRECT runs it on every level of the uncoarsening
+   (cut objective with rtype 1, SOED with rtype 2); HYPRA_RECURSIVE runs it in the k-way
+   refinement after the recursion, for any number of parts. It draws nothing at random, so the
+   result is as deterministic as the method's (the same for every number of threads). */
+#define HYPRA_PRESET_DEFAULT 0
+#define HYPRA_PRESET_QUALITY 1
 
 HYPRA_API void HYPRA_DefaultParams(HYPRA_Params *params);
 

@@ -62,6 +62,9 @@ int RefineAfterRecursion(const PartCtrl *ctrl, HGraph *h, int *p) {
   RefineCutKway_Random__(ctrl, h, kKwayPasses);
   RVfree__(&h->nrinfo, &h->crinfo, &h->crdata, &h->nrdata, &h->kpwgts, &h->islandmap);
   VCycleRefinementKway__(ctrl, h, kKwayVCycles);
+  // The V-cycles ran the k-way FM on every level of theirs; a last run on the whole hypergraph,
+  // with every hyperedge counted, finishes the polish.
+  if (ctrl->Quality) RefineLevelKwayFM__(ctrl, h);
 
   icopy__(h->nvtxs, h->where, p);
   const int cut = h->mincut;
@@ -238,7 +241,9 @@ int MLRB__(const PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offse
 }
 
 int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
-  const bool kway = ctrl->Nparts > 2 && ctrl->KwayRefine;
+  // The quality preset polishes a bisection too: the k-way FM sees moves the bisection's own
+  // refinement, held to the tolerance of its level, did not take.
+  const bool kway = (ctrl->Nparts > 2 || ctrl->Quality) && ctrl->KwayRefine;
 
   if (!ctrl->Fixed) {
     graph->isroot = 1;

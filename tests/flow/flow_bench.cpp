@@ -55,8 +55,11 @@ int main(int argc, char **argv) {
   report("before");
   const auto start = std::chrono::steady_clock::now();
   // FLOW_TRACE in the environment prints one line per round.
+  RunState run;
+  InitRunState__(&run, 1);
   PartCtrl ctrl{};
-  ctrl.dbglvl = std::getenv("FLOW_TRACE") != nullptr ? DBG_REFINE : 0;
+  ctrl.run = &run;
+  ctrl.run->now.dbglvl = std::getenv("FLOW_TRACE") != nullptr ? DBG_REFINE : 0;
   const long long gain = FlowRefine__(&ctrl, g, nparts, part.data(), nullptr,
                                       FlowSettings{objective, bound, scale, rounds});
   const double secs =
@@ -64,5 +67,6 @@ int main(int argc, char **argv) {
   report("after");
   std::printf("gain %lld in %.3f s\n", gain, secs);
   FreeHGraph__(g);
+  FreeRunState__(&run);
   return 0;
 }

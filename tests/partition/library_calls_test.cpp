@@ -92,6 +92,7 @@ TEST(LibraryCalls, EveryBadArgumentReturnsItsStatusAndMessage) {
       {"threads should be between 0 and 4096", [](HYPRA_Params *p) { p->threads = -1; }},
       {"imbalance should be 0 or between 0 and 1", [](HYPRA_Params *p) { p->imbalance = 1.5; }},
       {"the parameters record has size", [](HYPRA_Params *p) { p->size = 3; }},
+      {"preset 2 is neither", [](HYPRA_Params *p) { p->preset = 2; }},
   };
   for (const Case &c : cases) {
     SCOPED_TRACE(c.message);

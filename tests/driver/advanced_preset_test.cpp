@@ -1,0 +1,165 @@
+// The quality preset of the tunable program: its value is checked with the command line, the
+// header names the method it used, and it repeats itself for a seed and for every thread count.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "driver_test_util.h"
+
+namespace {
+
+using driver_test::ReadFile;
+using driver_test::RunProgram;
+using driver_test::RunResult;
+using driver_test::ScratchDir;
+
+std::string Program() {
+  return std::string(HYPRA_BINARY_DIR) + "/hypra-advanced";
+}
+
+RunResult RunAdvanced(const std::vector<std::string> &args, const std::string &cwd) {
+  return RunProgram(args, cwd, Program());
+}
+
+// A ring of 3-pin hyperedges with chords, weighted 1 to 3.
+std::string RingFile(int n) {
+  std::ostringstream s;
+  s << n << " " << n << " 1\n";
+  for (int i = 0; i < n; i++)
+    s << 1 + i % 3 << " " << i + 1 << " " << (i + 1) % n + 1 << " " << (i + 7) % n + 1 << "\n";
+  return s.str();
+}
+
+std::vector<int> ReadParts(const std::string &path) {
+  std::istringstream in(ReadFile(path));
+  std::vector<int> parts;
+  for (int p; in >> p;) parts.push_back(p);
+  return parts;
+}
+
+std::string WithoutTimes(const std::string &out) {
+  std::istringstream in(out);
+  std::string kept;
+  for (std::string line; std::getline(in, line);)
+    if (line.find(" Time:") == std::string::npos) kept += line + "\n";
+  return kept;
+}
+
+TEST(AdvancedPreset, UnknownOrMissingValueIsAUsageError) {
+  ScratchDir dir;
+  dir.Write("ring.hgr", RingFile(60));
+  const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+      {{"ring.hgr", "2", "5", "--preset", "best"}, "--preset is default or quality, not 'best'"},
+      {{"ring.hgr", "2", "5", "--preset", ""}, "--preset is default or quality, not ''"},
+      {{"ring.hgr", "2", "5", "--preset"}, "option '--preset' needs a value"},
+  };
+  for (const auto &[args, message] : cases) {
+    SCOPED_TRACE(message);
+    const auto r = RunAdvanced(args, dir.path);
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err.find(Program() + ": " + message + "\n"), 0u) << r.err;
+    EXPECT_NE(r.err.find("Usage: " + Program()), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(dir.File("ring.hgr.part.2")));
+  }
+}
+
+TEST(AdvancedPreset, HeaderNamesTheMethod) {
+  ScratchDir dir;
+  dir.Write("ring.hgr", RingFile(300));
+  struct Case {
+    std::vector<std::string> extra;
+    std::string line;
+  };
+  const std::vector<Case> cases = {
+      {{},
+       " Preset: quality: recursive bisection (4 runs each), then k-way refinement with k-way "
+       "FM\n\nRecursive Partitioning..."},
+      {{"--runs", "3"},
+       " Preset: quality: recursive bisection (3 runs each), then k-way refinement with k-way "
+       "FM\n"},
+      {{"--kway"},
+       " Preset: quality: direct k-way partitioning, k-way FM on every level\n\nK-way "
+       "Partitioning..."},
+  };
+  for (const Case &c : cases) {
+    std::vector<std::string> args = {"ring.hgr", "4", "5", "--seed", "3", "--preset", "quality"};
+    args.insert(args.end(), c.extra.begin(), c.extra.end());
+    const auto r = RunAdvanced(args, dir.path);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find(c.line), std::string::npos) << r.out;
+  }
+  // The default preset prints no such line and runs as without the flag.
+  const auto plain = RunAdvanced({"ring.hgr", "4", "5", "--seed", "3"}, dir.path);
+  const auto named =
+      RunAdvanced({"ring.hgr", "4", "5", "--seed", "3", "--preset", "default"}, dir.path);
+  ASSERT_EQ(plain.status, 0);
+  EXPECT_EQ(plain.out.find("Preset:"), std::string::npos);
+  EXPECT_EQ(WithoutTimes(plain.out), WithoutTimes(named.out));
+}
+
+TEST(AdvancedPreset, JsonNamesThePreset) {
+  ScratchDir dir;
+  dir.Write("ring.hgr", RingFile(200));
+  for (const char *preset : {"default", "quality"}) {
+    const auto r = RunAdvanced(
+        {"ring.hgr", "4", "5", "--seed", "3", "--preset", preset, "--json", "run.json"}, dir.path);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(ReadFile(dir.File("run.json")).find("\"preset\": \"" + std::string(preset) + "\"}"),
+              std::string::npos);
+  }
+}
+
+TEST(AdvancedPreset, QualityKeepsTheBoundAndFixedVertices) {
+  ScratchDir dir;
+  dir.Write("ring.hgr", RingFile(400));
+  std::string fix;
+  for (int v = 0; v < 400; v++) fix += v % 40 == 0 ? std::to_string(v / 40 % 5) + "\n" : "-1\n";
+  dir.Write("ring.fix", fix);
+  const auto r = RunAdvanced({"ring.hgr", "5", "--imbalance", "0.03", "--fix", "ring.fix",
+                              "--preset", "quality", "--seed", "2"},
+                             dir.path);
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find(", With Fixed Vertices\n Preset: quality: recursive bisection"),
+            std::string::npos)
+      << r.out;
+  const std::vector<int> parts = ReadParts(dir.File("ring.hgr.part.5"));
+  ASSERT_EQ(parts.size(), 400u);
+  for (int v = 0; v < 400; v += 40) EXPECT_EQ(parts[v], v / 40 % 5) << v;
+  std::vector<int> pwgts(5, 0);
+  for (int p : parts) pwgts[p]++;
+  for (int w : pwgts) EXPECT_LE(w, 82);  // (1 + 0.03) x 80, rounded down
+}
+
+TEST(AdvancedPreset, QualityRepeatsForASeedAndForEveryThreadCount) {
+  ScratchDir dir;
+  dir.Write("ring.hgr", RingFile(500));
+  for (const bool kway : {false, true}) {
+    std::vector<std::string> base = {"ring.hgr", "6",       "5",     "--seed",   "8",
+                                     "--preset", "quality", "--out", "ring.part"};
+    if (kway) base.push_back("--kway");
+    const auto a = RunAdvanced(base, dir.path);
+    const std::string first = ReadFile(dir.File("ring.part"));
+    const auto b = RunAdvanced(base, dir.path);
+    ASSERT_EQ(a.status, 0) << a.err;
+    EXPECT_EQ(WithoutTimes(a.out), WithoutTimes(b.out));
+    EXPECT_EQ(first, ReadFile(dir.File("ring.part")));
+    std::string threaded;
+    for (const char *threads : {"1", "2", "3"}) {
+      std::vector<std::string> args = base;
+      args.insert(args.end(), {"--threads", threads});
+      const auto r = RunAdvanced(args, dir.path);
+      ASSERT_EQ(r.status, 0) << r.err;
+      const std::string part = ReadFile(dir.File("ring.part"));
+      if (threaded.empty())
+        threaded = part;
+      else
+        EXPECT_EQ(part, threaded) << "kway " << kway << ", " << threads << " threads";
+    }
+  }
+}
+
+}  // namespace
