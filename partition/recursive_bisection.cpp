@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "coarsen/coarsen.h"
+#include "flow/flow.h"
 #include "kway/kway.h"
 #include "parallel/parallel.h"
 #include "partition/partition.h"
@@ -14,6 +15,10 @@ namespace {
 
 constexpr int kKwayPasses = 10;
 constexpr int kKwayVCycles = 10;
+// The flow step of the quality preset: how far a region may reach into each side, and the rounds
+// over all adjacent pairs.
+constexpr double kFlowRegionScale = 16;
+constexpr int kFlowRounds = 4;
 
 // Hyperedge lists of one side while splitting, sized for the worst case.
 struct SideNets {
@@ -36,6 +41,19 @@ int *IdentityLabel(int nvtxs) {
   int *label = imalloc__(nvtxs, "MultilevelPartition: label");
   for (int v = 0; v < nvtxs; v++) label[v] = v;
   return label;
+}
+
+// The quality preset's last step: minimum cuts between pairs of adjacent parts find exchanges
+// that moving one vertex at a time cannot see. Parts stay within `bound` (a part the recursion
+// left above it only shrinks), and the vertices contracted for the fixed ones stay in their
+// parts. Returns the cut of p afterwards.
+int FlowPolish(const PartCtrl *ctrl, HGraph *h, int *p, int bound) {
+  int *fixedpart = ismalloc__(h->nvtxs, -1, "FlowPolish: fixedpart");
+  for (int v = 0; v < h->nfixed && v < h->nvtxs; v++) fixedpart[v] = p[v];
+  FlowRefine__(ctrl, h, ctrl->Nparts, p, fixedpart,
+               FlowSettings{FLOW_OBJ_CUT, bound, kFlowRegionScale, kFlowRounds});
+  RVfree__(&fixedpart);
+  return ComputeActualCut__(h, p);
 }
 
 // Improves the partition p of h as a whole, allowing no part to grow heavier (relative to the
@@ -67,7 +85,8 @@ int RefineAfterRecursion(const PartCtrl *ctrl, HGraph *h, int *p) {
   if (ctrl->Quality) RefineLevelKwayFM__(ctrl, h);
 
   icopy__(h->nvtxs, h->where, p);
-  const int cut = h->mincut;
+  int cut = h->mincut;
+  if (ctrl->Quality) cut = FlowPolish(ctrl, h, p, heaviest);
   ctrl->run->now.RType = oldRType;
   RVfree__(&kpwgts);
   return cut;
