@@ -164,7 +164,7 @@ py::tuple Read(const std::string &path, int format) {
 py::tuple Partition(int nvtxs, const IntArray &eptr, const IntArray &eind,
                     const std::optional<IntArray> &vwgts, const std::optional<IntArray> &hewgts,
                     int nparts, int method, int rtype, double imbalance, long long seed,
-                    int threads, int runs, const std::optional<IntArray> &fixed) {
+                    int threads, int runs, const std::optional<IntArray> &fixed, int preset) {
   const Arrays h = CopyArrays(nvtxs, eptr, eind, vwgts, hewgts);
   const std::optional<std::vector<int>> fixed_parts = CopyOptional(fixed);
   if (fixed_parts && static_cast<int>(fixed_parts->size()) != nvtxs)
@@ -186,6 +186,7 @@ py::tuple Partition(int nvtxs, const IntArray &eptr, const IntArray &eind,
     params.threads = threads;
     params.runs = runs;
     params.fixed = DataOrNull(fixed_parts);
+    params.preset = preset;
     status = HYPRA_Partition(h.nvtxs, h.nhedges, DataOrNull(h.vwgts), h.eptr.data(), h.eind.data(),
                              DataOrNull(h.hewgts), &params, part.data(), &objective);
     if (status != HYPRA_OK) message = HYPRA_LastError();
@@ -253,6 +254,8 @@ PYBIND11_MODULE(_hypra, m) {
   static_assert(sizeof(int) == sizeof(int32_t), "the library's arrays are 32-bit ints");
   CreateExceptions(m);
   m.attr("RECURSIVE") = HYPRA_RECURSIVE;
+  m.attr("PRESET_DEFAULT") = HYPRA_PRESET_DEFAULT;
+  m.attr("PRESET_QUALITY") = HYPRA_PRESET_QUALITY;
   m.attr("DIRECT") = HYPRA_DIRECT;
   m.attr("FORMAT_AUTO") = HYPRA_FORMAT_AUTO;
   m.attr("FORMAT_HGR") = HYPRA_FORMAT_HGR;
@@ -267,7 +270,7 @@ PYBIND11_MODULE(_hypra, m) {
   m.def("partition", CatchBadAlloc(&Partition), py::arg("nvtxs"), py::arg("eptr"), py::arg("eind"),
         py::arg("vwgts").none(true), py::arg("hewgts").none(true), py::arg("nparts"),
         py::arg("method"), py::arg("rtype"), py::arg("imbalance"), py::arg("seed"),
-        py::arg("threads"), py::arg("runs"), py::arg("fixed").none(true),
+        py::arg("threads"), py::arg("runs"), py::arg("fixed").none(true), py::arg("preset"),
         "Runs HYPRA_Partition with the interpreter lock released: (parts, objective).");
   m.def("metrics", CatchBadAlloc(&Metrics), py::arg("nvtxs"), py::arg("eptr"), py::arg("eind"),
         py::arg("vwgts").none(true), py::arg("hewgts").none(true), py::arg("nparts"),

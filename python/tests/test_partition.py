@@ -105,6 +105,19 @@ def test_clock_seed_is_reported_and_repeats(medium):
     assert np.array_equal(result.parts, again.parts)
 
 
+@pytest.mark.parametrize("method", ["recursive", "direct"])
+def test_quality_preset_keeps_the_bound_and_repeats(medium, method):
+    result = hypra.partition(medium, 6, method=method, seed=2, preset="quality")
+    check(medium, result, 6, 0.03)
+    again = hypra.partition(medium, 6, method=method, seed=2, preset="quality", threads=2)
+    assert np.array_equal(result.parts, again.parts)
+
+
+def test_unknown_preset_is_an_input_error(medium):
+    with pytest.raises(hypra.InputError, match="preset"):
+        hypra.partition(medium, 2, preset="fast")
+
+
 def test_runs(medium):
     check(medium, hypra.partition(medium, 4, runs=1, seed=1), 4, 0.03)
 
