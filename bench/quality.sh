@@ -5,6 +5,7 @@
 #   bench/quality.sh [bench-dir] [out-dir]   (defaults: ../shared/bench beside the repository, and
 #                                             bench/ for quality.csv, quality.md, quality.png)
 #   FILES="ibm01 ibm05" PARTS="2 4 8" EPS=0.03 SEED=1 bench/quality.sh
+#   FROM_CSV=results.csv bench/quality.sh    redraws the table and plot from earlier results
 # The plot shows, per case, the quality preset's cut and CPU time relative to the default run's.
 # Every input is checked before anything is written.
 set -euo pipefail
@@ -43,16 +44,20 @@ print(d["cut"], "%.4f" % d["imbalance"], "%.2f" % d["cpu_seconds"], "%.1f" % (ki
 }
 
 csv="$scratch/quality.csv"
-echo "file,k,default_cut,default_cpu,default_mib,kway_cut,kway_cpu,kway_mib,quality_cut,quality_imbalance,quality_cpu,quality_mib" >"$csv"
-for f in $files; do
-  for k in $parts; do
-    read -r dc _ dt dm < <(run "$f" "$k" "")
-    read -r kc _ kt km < <(run "$f" "$k" "--kway")
-    read -r qc qi qt qm < <(run "$f" "$k" "--preset quality")
-    echo "$f,$k,$dc,$dt,$dm,$kc,$kt,$km,$qc,$qi,$qt,$qm" >>"$csv"
-    echo "$f k=$k: default $dc (${dt} s), --kway $kc (${kt} s), quality $qc (${qt} s)" >&2
+if [ -n "${FROM_CSV:-}" ]; then
+  cp "$FROM_CSV" "$csv"
+else
+  echo "file,k,default_cut,default_cpu,default_mib,kway_cut,kway_cpu,kway_mib,quality_cut,quality_imbalance,quality_cpu,quality_mib" >"$csv"
+  for f in $files; do
+    for k in $parts; do
+      read -r dc _ dt dm < <(run "$f" "$k" "")
+      read -r kc _ kt km < <(run "$f" "$k" "--kway")
+      read -r qc qi qt qm < <(run "$f" "$k" "--preset quality")
+      echo "$f,$k,$dc,$dt,$dm,$kc,$kt,$km,$qc,$qi,$qt,$qm" >>"$csv"
+      echo "$f k=$k: default $dc (${dt} s), --kway $kc (${kt} s), quality $qc (${qt} s)" >&2
+    done
   done
-done
+fi
 
 python3 - "$csv" "$scratch/quality.md" "$scratch/points.dat" <<'PY'
 import csv, math, sys
