@@ -21,34 +21,12 @@ using namespace hypra;
 namespace {
 
 using driver_test::ReadFile;
+using driver_test::ReadParts;
+using driver_test::RunAdvanced;
 using driver_test::RunProgram;
 using driver_test::RunResult;
 using driver_test::ScratchDir;
-
-std::string Program() {
-  return std::string(HYPRA_BINARY_DIR) + "/hypra-advanced";
-}
-
-RunResult RunAdvanced(const std::vector<std::string> &args, const std::string &cwd) {
-  return RunProgram(args, cwd, Program());
-}
-
-// A ring of 3-pin hyperedges with chords over n vertices, in the input format; no single-pin
-// hyperedge, so tracked and recomputed objectives agree.
-std::string RingFile(int n) {
-  std::ostringstream s;
-  s << n << " " << n << " 1\n";
-  for (int i = 0; i < n; i++)
-    s << 1 + i % 3 << " " << i + 1 << " " << (i + 1) % n + 1 << " " << (i + 7) % n + 1 << "\n";
-  return s.str();
-}
-
-std::vector<int> ReadParts(const std::string &path) {
-  std::istringstream in(ReadFile(path));
-  std::vector<int> parts;
-  for (int p; in >> p;) parts.push_back(p);
-  return parts;
-}
+using driver_test::WithoutTimes;
 
 struct Objectives {
   int cut = 0;
@@ -74,15 +52,6 @@ Objectives RingObjectives(int n, const std::vector<int> &part) {
   return o;
 }
 
-// Everything printed apart from the lines that report measured times.
-std::string WithoutTimes(const std::string &out) {
-  std::istringstream in(out);
-  std::string kept;
-  for (std::string line; std::getline(in, line);)
-    if (line.find(" Time:") == std::string::npos) kept += line + "\n";
-  return kept;
-}
-
 using testhg::Count;
 
 // The integer printed right after `label` (leading blanks skipped), or -1 when absent.
@@ -94,7 +63,7 @@ int ReportedInt(const std::string &out, const std::string &label) {
 
 TEST(AdvancedCli, DefaultsWithSeedMatchTheLibraryCall) {
   ScratchDir dir;
-  const std::string graph = dir.Write("ring.hgr", RingFile(300));
+  const std::string graph = dir.Write("ring.hgr", driver_test::WeightedRingFile(300));
   const auto r = RunAdvanced({"ring.hgr", "4", "5", "--seed", "17"}, dir.path);
   ASSERT_EQ(r.status, 0) << r.err;
   const std::vector<int> written = ReadParts(dir.File("ring.hgr.part.4"));
@@ -119,7 +88,7 @@ TEST(AdvancedCli, DefaultsWithSeedMatchTheLibraryCall) {
 
 TEST(AdvancedCli, CoarseningRefinementReconstAndVcycleFlagsReachTheOptions) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(200));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(200));
   const auto r = RunAdvanced({"ring.hgr", "2", "10", "--ctype", "2", "--rtype", "3", "--reconst",
                               "--vcycle", "3", "--seed", "1", "--runs", "2"},
                              dir.path);
@@ -131,7 +100,7 @@ TEST(AdvancedCli, CoarseningRefinementReconstAndVcycleFlagsReachTheOptions) {
 
 TEST(AdvancedCli, RunsAndDbglvlReachTheOptions) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(200));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(200));
   // Bit 16 prints one line per run of the single bisection, and nothing of bit 8.
   const auto r = RunAdvanced(
       {"ring.hgr", "2", "10", "--runs", "3", "--dbglvl", "16", "--seed", "2"}, dir.path);
@@ -146,7 +115,7 @@ TEST(AdvancedCli, RunsAndDbglvlReachTheOptions) {
 
 TEST(AdvancedCli, OutWritesOnlyTheChosenFile) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(200));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(200));
   const auto r =
       RunAdvanced({"ring.hgr", "4", "10", "--seed", "3", "--out", "chosen.txt"}, dir.path);
   ASSERT_EQ(r.status, 0) << r.err;
@@ -165,7 +134,7 @@ TEST(AdvancedCli, OutWritesOnlyTheChosenFile) {
 
 TEST(AdvancedCli, FixFileIsHonoured) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(200));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(200));
   std::string fix;
   for (int v = 0; v < 200; v++) fix += v == 0 ? "2\n" : v == 100 ? "0\n" : "-1\n";
   dir.Write("ring.fix", fix);
@@ -180,7 +149,7 @@ TEST(AdvancedCli, FixFileIsHonoured) {
 
 TEST(AdvancedCli, SameSeedSameOutput) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(300));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(300));
   for (const bool kway : {false, true}) {
     std::vector<std::string> args = {"ring.hgr", "4", "5", "--seed", "9", "--dbglvl", "152"};
     if (kway) args.push_back("--kway");
@@ -197,7 +166,7 @@ TEST(AdvancedCli, SameSeedSameOutput) {
 // count, for both methods and with a fix file; the timing block tells CPU from wall-clock time.
 TEST(AdvancedCli, ThreadsGiveTheSameBytesForEveryCount) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(600));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(600));
   std::string fix;
   for (int v = 0; v < 600; v++) fix += v % 50 == 0 ? std::to_string(v / 50 % 4) + "\n" : "-1\n";
   dir.Write("ring.fix", fix);
@@ -234,7 +203,7 @@ TEST(AdvancedCli, ThreadsGiveTheSameBytesForEveryCount) {
 
 TEST(AdvancedCli, ThreadsOutOfRangeAreRefused) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(60));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(60));
   for (const char *threads : {"0", "-2", "5000"}) {
     const auto r = RunAdvanced({"ring.hgr", "2", "5", "--threads", threads}, dir.path);
     EXPECT_NE(r.status, 0) << threads;
@@ -244,7 +213,7 @@ TEST(AdvancedCli, ThreadsOutOfRangeAreRefused) {
 
 TEST(AdvancedCli, KwayReportsTheObjectivesOfItsPartition) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(300));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(300));
   for (const int rtype : {1, 2}) {
     SCOPED_TRACE(rtype);
     const auto r = RunAdvanced({"ring.hgr", "4", "5", "--kway", "--rtype", std::to_string(rtype),
@@ -270,7 +239,7 @@ TEST(AdvancedCli, KwayReportsTheObjectivesOfItsPartition) {
 
 TEST(AdvancedCli, KwayRejectsFixedVertices) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(50));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(50));
   std::string fix;
   for (int v = 0; v < 50; v++) fix += "-1\n";
   dir.Write("ring.fix", fix);
@@ -295,8 +264,8 @@ TEST(AdvancedCli, BadArgumentsFailWithMessageAndUsage) {
     const auto r = RunAdvanced(args, dir.path);
     EXPECT_EQ(r.status, 2);
     EXPECT_EQ(r.out, "");
-    EXPECT_EQ(r.err.find(Program() + ": " + message + "\n"), 0u) << r.err;
-    EXPECT_NE(r.err.find("Usage: " + Program()), std::string::npos);
+    EXPECT_EQ(r.err.find(driver_test::AdvancedProgramPath() + ": " + message + "\n"), 0u) << r.err;
+    EXPECT_NE(r.err.find("Usage: " + driver_test::AdvancedProgramPath()), std::string::npos);
   }
 }
 
@@ -304,7 +273,9 @@ TEST(AdvancedCli, HelpListsEveryFlag) {
   const auto r = RunAdvanced({"--help"}, HYPRA_BINARY_DIR);
   EXPECT_EQ(r.status, 0);
   EXPECT_EQ(r.err, "");
-  EXPECT_EQ(r.out.find("Usage: " + Program() + " GraphFile Nparts UBfactor"), 0u);
+  EXPECT_EQ(
+      r.out.find("Usage: " + driver_test::AdvancedProgramPath() + " GraphFile Nparts UBfactor"),
+      0u);
   for (const char *flag :
        {"--fix FILE", "--runs N", "--ctype C", "--rtype R", "--vcycle V", "--reconst", "--seed S",
         "--dbglvl D", "--kway", "--out FILE", "--threads N", "--help"})

@@ -12,45 +12,16 @@
 namespace {
 
 using driver_test::ReadFile;
+using driver_test::ReadParts;
+using driver_test::RunAdvanced;
 using driver_test::RunProgram;
 using driver_test::RunResult;
 using driver_test::ScratchDir;
-
-std::string Program() {
-  return std::string(HYPRA_BINARY_DIR) + "/hypra-advanced";
-}
-
-RunResult RunAdvanced(const std::vector<std::string> &args, const std::string &cwd) {
-  return RunProgram(args, cwd, Program());
-}
-
-// A ring of 3-pin hyperedges with chords, weighted 1 to 3.
-std::string RingFile(int n) {
-  std::ostringstream s;
-  s << n << " " << n << " 1\n";
-  for (int i = 0; i < n; i++)
-    s << 1 + i % 3 << " " << i + 1 << " " << (i + 1) % n + 1 << " " << (i + 7) % n + 1 << "\n";
-  return s.str();
-}
-
-std::vector<int> ReadParts(const std::string &path) {
-  std::istringstream in(ReadFile(path));
-  std::vector<int> parts;
-  for (int p; in >> p;) parts.push_back(p);
-  return parts;
-}
-
-std::string WithoutTimes(const std::string &out) {
-  std::istringstream in(out);
-  std::string kept;
-  for (std::string line; std::getline(in, line);)
-    if (line.find(" Time:") == std::string::npos) kept += line + "\n";
-  return kept;
-}
+using driver_test::WithoutTimes;
 
 TEST(AdvancedPreset, UnknownOrMissingValueIsAUsageError) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(60));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(60));
   const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
       {{"ring.hgr", "2", "5", "--preset", "best"}, "--preset is default or quality, not 'best'"},
       {{"ring.hgr", "2", "5", "--preset", ""}, "--preset is default or quality, not ''"},
@@ -61,15 +32,15 @@ TEST(AdvancedPreset, UnknownOrMissingValueIsAUsageError) {
     const auto r = RunAdvanced(args, dir.path);
     EXPECT_EQ(r.status, 2);
     EXPECT_EQ(r.out, "");
-    EXPECT_EQ(r.err.find(Program() + ": " + message + "\n"), 0u) << r.err;
-    EXPECT_NE(r.err.find("Usage: " + Program()), std::string::npos);
+    EXPECT_EQ(r.err.find(driver_test::AdvancedProgramPath() + ": " + message + "\n"), 0u) << r.err;
+    EXPECT_NE(r.err.find("Usage: " + driver_test::AdvancedProgramPath()), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(dir.File("ring.hgr.part.2")));
   }
 }
 
 TEST(AdvancedPreset, HeaderNamesTheMethod) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(300));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(300));
   struct Case {
     std::vector<std::string> extra;
     std::string line;
@@ -103,7 +74,7 @@ TEST(AdvancedPreset, HeaderNamesTheMethod) {
 
 TEST(AdvancedPreset, JsonNamesThePreset) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(200));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(200));
   for (const char *preset : {"default", "quality"}) {
     const auto r = RunAdvanced(
         {"ring.hgr", "4", "5", "--seed", "3", "--preset", preset, "--json", "run.json"}, dir.path);
@@ -115,7 +86,7 @@ TEST(AdvancedPreset, JsonNamesThePreset) {
 
 TEST(AdvancedPreset, QualityKeepsTheBoundAndFixedVertices) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(400));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(400));
   std::string fix;
   for (int v = 0; v < 400; v++) fix += v % 40 == 0 ? std::to_string(v / 40 % 5) + "\n" : "-1\n";
   dir.Write("ring.fix", fix);
@@ -136,7 +107,7 @@ TEST(AdvancedPreset, QualityKeepsTheBoundAndFixedVertices) {
 
 TEST(AdvancedPreset, QualityRepeatsForASeedAndForEveryThreadCount) {
   ScratchDir dir;
-  dir.Write("ring.hgr", RingFile(500));
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(500));
   for (const bool kway : {false, true}) {
     std::vector<std::string> base = {"ring.hgr", "6",       "5",     "--seed",   "8",
                                      "--preset", "quality", "--out", "ring.part"};

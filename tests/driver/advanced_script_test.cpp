@@ -16,13 +16,12 @@
 namespace {
 
 using driver_test::ReadFile;
+using driver_test::ReadParts;
+using driver_test::RunAdvanced;
 using driver_test::RunProgram;
 using driver_test::RunResult;
 using driver_test::ScratchDir;
-
-RunResult RunAdvanced(const std::vector<std::string> &args, const std::string &cwd) {
-  return RunProgram(args, cwd, driver_test::AdvancedProgramPath());
-}
+using driver_test::WithoutTimes;
 
 // A grid-like netlist of n vertices: each hyperedge joins a vertex with its next neighbours, so
 // that good partitions exist and every vertex has pins. Weights (fmt 11) when weighted.
@@ -54,13 +53,6 @@ std::string HgrText(const Netlist &h, bool weighted) {
   if (weighted)
     for (int w : h.vwgt) s << w << "\n";
   return s.str();
-}
-
-std::vector<int> ReadParts(const std::string &path) {
-  std::istringstream in(ReadFile(path));
-  std::vector<int> parts;
-  for (int p; in >> p;) parts.push_back(p);
-  return parts;
 }
 
 struct Figures {

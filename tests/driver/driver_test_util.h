@@ -13,6 +13,19 @@
 #include <string>
 #include <vector>
 
+// Builds under a sanitizer reserve terabytes of address space, so address-space limits cannot
+// apply there.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define HYPRA_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define HYPRA_SANITIZED 1
+#endif
+#endif
+#ifndef HYPRA_SANITIZED
+#define HYPRA_SANITIZED 0
+#endif
+
 namespace driver_test {
 
 inline std::string DataPath(const std::string &name) {
@@ -104,6 +117,38 @@ inline RunResult RunProgram(const std::vector<std::string> &args, const std::str
   r.out = ReadFile(outfile);
   r.err = ReadFile(errfile);
   return r;
+}
+
+// Runs hypra-advanced with the given arguments in directory cwd.
+inline RunResult RunAdvanced(const std::vector<std::string> &args, const std::string &cwd) {
+  return RunProgram(args, cwd, AdvancedProgramPath());
+}
+
+// A ring of 3-pin hyperedges with chords over n vertices, hyperedges weighted 1 to 3 (fmt 1);
+// no single-pin hyperedge, so tracked and recomputed objectives agree.
+inline std::string WeightedRingFile(int n) {
+  std::ostringstream s;
+  s << n << " " << n << " 1\n";
+  for (int i = 0; i < n; i++)
+    s << 1 + i % 3 << " " << i + 1 << " " << (i + 1) % n + 1 << " " << (i + 7) % n + 1 << "\n";
+  return s.str();
+}
+
+// The parts of a partition file, one per line.
+inline std::vector<int> ReadParts(const std::string &path) {
+  std::istringstream in(ReadFile(path));
+  std::vector<int> parts;
+  for (int p; in >> p;) parts.push_back(p);
+  return parts;
+}
+
+// A program's output without its time lines, which differ from run to run.
+inline std::string WithoutTimes(const std::string &out) {
+  std::istringstream in(out);
+  std::string kept;
+  for (std::string line; std::getline(in, line);)
+    if (line.find(" Time:") == std::string::npos) kept += line + "\n";
+  return kept;
 }
 
 }  // namespace driver_test

@@ -13,14 +13,6 @@
 
 #include "driver_test_util.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define HYPRA_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define HYPRA_SANITIZED 1
-#endif
-#endif
-
 namespace {
 
 using driver_test::ReadFile;
@@ -110,7 +102,7 @@ Sweep SweepLimits(const std::string &program, std::vector<std::string> args, int
   return sweep;
 }
 
-#ifdef HYPRA_SANITIZED
+#if HYPRA_SANITIZED
 #define SKIP_UNDER_SANITIZERS() \
   GTEST_SKIP() << "a sanitizer reserves terabytes of address space, so ulimit -v cannot apply"
 #else

@@ -7,17 +7,6 @@
 #include "driver/driver.h"
 #include "driver_test_util.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define HYPRA_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define HYPRA_SANITIZED 1
-#endif
-#endif
-#ifndef HYPRA_SANITIZED
-#define HYPRA_SANITIZED 0
-#endif
-
 using namespace hypra;
 
 namespace {
