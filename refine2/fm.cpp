@@ -196,7 +196,9 @@ int MoveCandidate(HGraph *graph, Scratch *s, int from, int u0, int u1, int nswap
 // receiving side and at least two on the giving side), a hyperedge that already had a vertex
 // moved to each side in this pass is passed over: with a locked pin on both sides it stays cut
 // whatever the free pins do, so none of their gains can change. Its pin counts are still kept.
-// Returns the weight of the hyperedges that this move locked on both sides.
+// Returns the weight of the hyperedges that this move locked on both sides. kBuckets: both
+// queues are in bucket mode, which the caller checked once for the whole pass.
+template <bool kBuckets>
 int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
   const int *incptr = graph->incptr, *incind = graph->incind, *netind = graph->netind;
   const unsigned char *state = s->state;
@@ -205,6 +207,9 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
   PQueue *queues = s->queues;
   const int tobit = 1 << to;
   int newlylocked = 0;
+  // The gain change of a pin by its state byte; a locked pin keeps its (unused) gain.
+  int delta[kLocked + 1];
+  delta[kLocked] = 0;
 
   // Loop bounds are read once: the stores to counts and gains could otherwise alias them.
   for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++) {
@@ -224,15 +229,20 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
     const int todelta = (nfrom == 0 ? w : 0) + (nto == 2 ? w : 0);
     // Nothing to scan when no free pin sits on a side whose pins change.
     if ((fromdelta == 0 || nfreefrom == 0) && (todelta == 0 || net.free[to] == 0)) continue;
+    delta[from] = fromdelta;
+    delta[to] = -todelta;
     for (const int *pin = netind + net.begin, *end = netind + net.end; pin < end; pin++) {
       const int u = *pin;
       const int side = state[u];
-      if (side == kLocked) continue;
+      const int d = delta[side];
+      if (d == 0) continue;
       const int oldgain = gain[u];
-      const int newgain = side == from ? oldgain + fromdelta : oldgain - todelta;
-      if (newgain == oldgain) continue;
+      const int newgain = oldgain + d;
       gain[u] = newgain;
-      PQueueUpdate__(&queues[side], u, oldgain, newgain);
+      if constexpr (kBuckets)
+        PQueueBucketMove(&queues[side], u, oldgain, newgain);
+      else
+        PQueueUpdate__(&queues[side], u, oldgain, newgain);
     }
   }
   return newlylocked;
@@ -254,6 +264,7 @@ int FMMoves(const PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initc
   const int *cellwgt = graph->cellwgt;
   PQueue *queues = s->queues;
 
+  const bool buckets = queues[0].qtype == PQUEUE_BUCKETS && queues[1].qtype == PQUEUE_BUCKETS;
   int newcut = initcut;
   int mindiff = refine2::AbsDiff(pwgts[0], pwgts[1]);
   long long lockedcut = 0;
@@ -294,7 +305,8 @@ int FMMoves(const PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initc
     }
 
     s->state[v] = kLocked;
-    lockedcut += UpdatePlainMove(graph, s, v, from, to);
+    lockedcut += buckets ? UpdatePlainMove<true>(graph, s, v, from, to)
+                         : UpdatePlainMove<false>(graph, s, v, from, to);
     if (canstop && lockedcut > *bestcut) return nswaps + 1;
   }
   return nswaps;
