@@ -40,10 +40,12 @@ int Scan(int v, const Incidence &g, int *htable, CandidateList &s, UseNet useNet
     if (!useNet(h)) continue;
     for (int t = g.netptr[h], tend = g.netptr[h + 1]; t < tend; t++) {
       const int u = g.netind[t];
-      if (u == v || !qualifies(u)) continue;
-      if (htable[u] != -1) {
-        s.cwgt[htable[u]] += g.edgewgt[h];
-      } else {
+      // A pin already listed passed the test when it was first met (nothing the test reads
+      // changes during the scan), so only new pins are tested; v itself is never listed.
+      const int slot = htable[u];
+      if (slot != -1) {
+        s.cwgt[slot] += g.edgewgt[h];
+      } else if (u != v && qualifies(u)) {
         htable[u] = s.ncand;
         Append(s, u, g.edgewgt[h]);
       }

@@ -89,9 +89,13 @@ Merged MergeIdentical(int nhedges, const int *netptr, const int *netind, const i
   return out;
 }
 
+// Pin lists up to this length are sorted inline.
+constexpr int kInlineSort = 16;
+
 // Maps the pins of every finer hyperedge to distinct coarse vertices (first occurrence, then
 // sorted); hyperedges left with a single coarse vertex vanish into lost. Returns the number m of
 // surviving hyperedges.
+
 int MapPins(const HGraph *graph, int cnvtxs, int *htable, int *netmap, int *cnetptr, int *cnetind,
             int *cnetwgt, int *lost) {
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
@@ -116,8 +120,16 @@ int MapPins(const HGraph *graph, int cnvtxs, int *htable, int *netmap, int *cnet
       *lost += netwgt[i];
       continue;
     }
-    if (n == 2) {
-      if (cnetind[start] > cnetind[start + 1]) std::swap(cnetind[start], cnetind[start + 1]);
+    if (n <= kInlineSort) {
+      // Short lists (most of them) by straight insertion in place; the pins are distinct, so
+      // any sort gives the same order.
+      int *pins = cnetind + start;
+      for (int a = 1; a < n; a++) {
+        const int x = pins[a];
+        int b = a;
+        for (; b > 0 && pins[b - 1] > x; b--) pins[b] = pins[b - 1];
+        pins[b] = x;
+      }
     } else {
       iintsort__(n, cnetind + start);
     }
