@@ -124,6 +124,41 @@ void StartPlainPass(const HGraph *graph, Scratch *s) {
       nets[graph->incind[j]].free[where[v]]--;
 }
 
+// Plain refiners, on a pass after the first without fixed vertices: the same state as
+// StartPlainPass, restored only where the previous pass left a trace. A hyperedge none of whose
+// pins moved in that pass (its lockedsides is still 0) kept its records untouched, and the
+// start derived since then changed only hyperedges of kept moves, so only the moved vertices and
+// the hyperedges they touched need resetting (every pin is free without fixed vertices). The
+// hyperedges are found through the moved vertices when those have few pins in all, else by a
+// sweep.
+void RestartPlainPass(const HGraph *graph, Scratch *s, int nmoved) {
+  const int nhedges = graph->nhedges;
+  const int *where = graph->where, *incptr = graph->incptr, *incind = graph->incind;
+  const int *nd0 = s->startndeg[0], *nd1 = s->startndeg[1];
+  NetPass *nets = s->nets;
+  long long npins = 0;
+  for (int i = 0; i < nmoved; i++) {
+    const int v = s->swaps[i];
+    s->state[v] = static_cast<unsigned char>(where[v]);
+    npins += incptr[v + 1] - incptr[v];
+  }
+  const auto reset = [&](int e) {
+    nets[e].nd[0] = nets[e].free[0] = nd0[e];
+    nets[e].nd[1] = nets[e].free[1] = nd1[e];
+    nets[e].lockedsides = 0;
+  };
+  if (npins < nhedges) {
+    for (int i = 0; i < nmoved; i++) {
+      const int v = s->swaps[i];
+      for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++)
+        if (nets[incind[j]].lockedsides != 0) reset(incind[j]);
+    }
+  } else {
+    for (int e = 0; e < nhedges; e++)
+      if (nets[e].lockedsides != 0) reset(e);
+  }
+}
+
 // Keeps the state a pass starts from (pin counts, gains, cut), so that the next pass can derive
 // its own from it instead of recomputing everything.
 void SaveStartState(const HGraph *graph, Scratch *s) {
@@ -331,7 +366,8 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   if (npasses >= 1 && nfixed < 0) errexit__("Refine_FM: negative fixed-vertex count %d", nfixed);
 
   const bool canstop = PassMayEndEarly(ctrl, graph);
-  int nkept = 0;  // moves the previous pass kept
+  int nkept = 0;   // moves the previous pass kept
+  int nmoved = 0;  // moves the previous pass made
   for (int pass = 0; pass < npasses; pass++) {
     starttimer__(ctrl, ctrl->run->time.InitRefTmr);
     // The side weights stay exact through the undo; pin counts, gains and the cut are computed
@@ -346,7 +382,10 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
     const Bounds b = refine2::BalanceBounds(ctrl, pwgts);
     const int initcut = graph->mincut;
     FillQueues(ctrl, graph, &s);
-    StartPlainPass(graph, &s);
+    if (pass == 0 || nfixed != 0)
+      StartPlainPass(graph, &s);
+    else
+      RestartPlainPass(graph, &s, nmoved);
     if ((ctrl->run->now.dbglvl & DBG_REFINE) && pass == 0)
       Printf__(ctrl,
                kConstrained ? "Partitions2: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d %d]\n"
@@ -372,6 +411,7 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
                pwgts[1]);
     graph->mincut = bestcut;
     nkept = mincutorder + 1;
+    nmoved = nmoves;
     stoptimer__(ctrl, ctrl->run->time.WrapUpTmr);
     if (bestcut == initcut) break;
   }
