@@ -245,6 +245,22 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
   // The gain change of a pin by its state byte; a locked pin keeps its (unused) gain.
   int delta[kLocked + 1];
   delta[kLocked] = 0;
+  // Bucket mode: both queues' lists and tops in locals for the whole move, which the stores to
+  // gains and links cannot alias; the tops go back at the end.
+  // Both queues were built for the same gain range.
+  PQueueLink *links[2] = {nullptr, nullptr};
+  int *heads[2] = {nullptr, nullptr};
+  int top[2] = {0, 0};
+  unsigned int span = 0;
+  if constexpr (kBuckets) {
+    links[0] = queues[0].links;
+    links[1] = queues[1].links;
+    heads[0] = queues[0].buckets;
+    heads[1] = queues[1].buckets;
+    top[0] = queues[0].topbucket;
+    top[1] = queues[1].topbucket;
+    span = static_cast<unsigned int>(queues[0].gainspan);
+  }
 
   // Loop bounds are read once: the stores to counts and gains could otherwise alias them.
   for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++) {
@@ -274,11 +290,40 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
       const int oldgain = gain[u];
       const int newgain = oldgain + d;
       gain[u] = newgain;
-      if constexpr (kBuckets)
-        PQueueBucketMove(&queues[side], u, oldgain, newgain);
-      else
+      if constexpr (kBuckets) {
+        // PQueueUpdate__ on the locals: out of the old bucket, to the head of the new one,
+        // the top following the highest non-empty bucket.
+        PQueueLink *l = links[side];
+        int *b = heads[side];
+        const int prev = l[u].prev, next = l[u].next;
+        if (prev != -1)
+          l[prev].next = next;
+        else
+          b[oldgain] = next;
+        if (next != -1) l[next].prev = prev;
+        if (static_cast<unsigned int>(newgain) + span > 2u * span) [[unlikely]]
+          pqueue_detail::GainOutOfRange(&queues[side], newgain);
+        const int head = b[newgain];
+        l[u].prev = -1;
+        l[u].next = head;
+        if (head != -1) l[head].prev = u;
+        b[newgain] = u;
+        int t = top[side];
+        if (newgain > t) {
+          top[side] = newgain;
+        } else if (t == oldgain && b[t] == -1) {
+          do t--;
+          while (b[t] == -1);
+          top[side] = t;
+        }
+      } else {
         PQueueUpdate__(&queues[side], u, oldgain, newgain);
+      }
     }
+  }
+  if constexpr (kBuckets) {
+    queues[0].topbucket = top[0];
+    queues[1].topbucket = top[1];
   }
   return newlylocked;
 }

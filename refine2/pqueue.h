@@ -128,23 +128,6 @@ inline int PQueueUpdate__(PQueue *queue, int item, int oldgain, int newgain) {
   return 0;
 }
 
-// Refiles a bucket-mode item from oldgain to newgain (which differ), as PQueueUpdate__ does: it
-// goes to the head of its new bucket and the top follows the highest non-empty bucket. Spares
-// the delete-then-insert its bookkeeping, since the item count does not change.
-inline void PQueueBucketMove(PQueue *queue, int item, int oldgain, int newgain) {
-  pqueue_detail::BucketUnlink(queue, item, oldgain);
-  pqueue_detail::BucketPush(queue, item, newgain);
-  // BucketPush raised the top for a higher gain; for a lower one the top may have emptied, and
-  // the new bucket, now non-empty, bounds the search below.
-  int top = queue->topbucket;
-  if (top == oldgain && queue->buckets[top] == -1) {
-    const int *buckets = queue->buckets;
-    do top--;
-    while (buckets[top] == -1);
-    queue->topbucket = top;
-  }
-}
-
 // Removes and returns the item of highest gain (the latest filed among equals), -1 when empty.
 inline int PQueueGetMax__(PQueue *queue) {
   if (queue->nitems == 0) return -1;
