@@ -282,11 +282,16 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
     if ((fromdelta == 0 || nfreefrom == 0) && (todelta == 0 || net.free[to] == 0)) continue;
     delta[from] = fromdelta;
     delta[to] = -todelta;
-    for (const int *pin = netind + net.begin, *end = netind + net.end; pin < end; pin++) {
+    // The free pins whose gains change: the scan ends at the last of them. The free counts are
+    // exact and every free pin on a side with a change gets it, so the scan needs no bound of
+    // its own; the test above leaves at least one such pin.
+    int left = (fromdelta != 0 ? nfreefrom : 0) + (todelta != 0 ? net.free[to] : 0);
+    for (const int *pin = netind + net.begin;; pin++) {
       const int u = *pin;
       const int side = state[u];
       const int d = delta[side];
       if (d == 0) continue;
+      left--;
       const int oldgain = gain[u];
       const int newgain = oldgain + d;
       gain[u] = newgain;
@@ -319,6 +324,7 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
       } else {
         PQueueUpdate__(&queues[side], u, oldgain, newgain);
       }
+      if (left == 0) break;
     }
   }
   if constexpr (kBuckets) {
