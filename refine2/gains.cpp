@@ -9,7 +9,7 @@ namespace hypra {
 
 namespace {
 
-// Fills pin counts (zeroed by the caller), gains, side weights and the cut from where.
+// Fills pin counts, gains, side weights and the cut from where.
 void ComputeStateInto(const HGraph *graph, int *ndeg0, int *ndeg1, int *gain, int *pwgts,
                       int *cut) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
@@ -18,15 +18,23 @@ void ComputeStateInto(const HGraph *graph, int *ndeg0, int *ndeg1, int *gain, in
 
   *cut = 0;
   for (int e = 0; e < nhedges; e++) {
-    for (int j = netptr[e], jend = netptr[e + 1]; j < jend; j++) {
+    // Sides are summed, and or-ed to catch any that is neither 0 nor 1; the first such pin is
+    // then looked up for the report.
+    unsigned int n1 = 0, sides = 0;
+    const int jbegin = netptr[e], jend = netptr[e + 1];
+    for (int j = jbegin; j < jend; j++) {
       const int side = where[netind[j]];
-      if (side == 0)
-        ndeg0[e]++;
-      else if (side == 1)
-        ndeg1[e]++;
-      else
-        errexit__("ComputeInitGains: vertex %d is on side %d of a bisection", netind[j], side);
+      n1 += static_cast<unsigned int>(side);
+      sides |= static_cast<unsigned int>(side);
     }
+    if (sides > 1) [[unlikely]] {
+      for (int j = jbegin; j < jend; j++)
+        if (where[netind[j]] != 0 && where[netind[j]] != 1)
+          errexit__("ComputeInitGains: vertex %d is on side %d of a bisection", netind[j],
+                    where[netind[j]]);
+    }
+    ndeg0[e] = jend - jbegin - static_cast<int>(n1);
+    ndeg1[e] = static_cast<int>(n1);
     if (ndeg0[e] != 0 && ndeg1[e] != 0) *cut += netwgt[e];
   }
 
@@ -51,10 +59,6 @@ void AllocateRefinementMemory__(HGraph *graph) {
 }
 
 void ComputeInitGains__(HGraph *graph) {
-  iset__(graph->nhedges, 0, graph->ndeg[0]);
-  iset__(graph->nhedges, 0, graph->ndeg[1]);
-  iset__(graph->nvtxs, 0, graph->gain);
-  graph->mincut = 0;
   ComputeStateInto(graph, graph->ndeg[0], graph->ndeg[1], graph->gain, graph->pwgts,
                    &graph->mincut);
 }
