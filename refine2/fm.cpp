@@ -278,14 +278,13 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
     // emptied), the receiving side at its first or second pin.
     const int fromdelta = (nfrom == 1 ? w : 0) + (nto == 1 ? w : 0);
     const int todelta = (nfrom == 0 ? w : 0) + (nto == 2 ? w : 0);
-    // Nothing to scan when no free pin sits on a side whose pins change.
-    if ((fromdelta == 0 || nfreefrom == 0) && (todelta == 0 || net.free[to] == 0)) continue;
+    // The free pins whose gains change: nothing to scan without them, else the scan ends at the
+    // last of them. The free counts are exact and every free pin on a side with a change gets
+    // it, so the scan needs no bound of its own.
+    int left = (fromdelta != 0 ? nfreefrom : 0) + (todelta != 0 ? net.free[to] : 0);
+    if (left == 0) continue;
     delta[from] = fromdelta;
     delta[to] = -todelta;
-    // The free pins whose gains change: the scan ends at the last of them. The free counts are
-    // exact and every free pin on a side with a change gets it, so the scan needs no bound of
-    // its own; the test above leaves at least one such pin.
-    int left = (fromdelta != 0 ? nfreefrom : 0) + (todelta != 0 ? net.free[to] : 0);
     for (const int *pin = netind + net.begin;; pin++) {
       const int u = *pin;
       const int side = state[u];
