@@ -49,6 +49,7 @@ struct Scratch {
   int *netstamp;
   int *cellstamp;
   int *touched;
+  int *oldnd;  // the pin counts of touched[t] before the replay, at 2t and 2t + 1
 };
 
 void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
@@ -62,7 +63,7 @@ void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
   s->state = nullptr;
   s->nets = nullptr;
   s->startndeg[0] = s->startndeg[1] = s->startgain = nullptr;
-  s->netstamp = s->cellstamp = s->touched = nullptr;
+  s->netstamp = s->cellstamp = s->touched = s->oldnd = nullptr;
   if (!plain) return;
   s->state = static_cast<unsigned char *>(RVmalloc__(nvtxs, "FM_Refine: state"));
   s->nets = static_cast<NetPass *>(
@@ -73,13 +74,14 @@ void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
   s->netstamp = ismalloc__(nhedges, -1, "FM_Refine: netstamp");
   s->cellstamp = ismalloc__(nvtxs, -1, "FM_Refine: cellstamp");
   s->touched = imalloc__(nhedges, "FM_Refine: touched");
+  s->oldnd = imalloc__(2LL * nhedges, "FM_Refine: oldnd");
 }
 
 void FreeScratch(Scratch *s) {
   PQueueFree__(&s->queues[0]);
   PQueueFree__(&s->queues[1]);
   RVfree__(&s->moved, &s->swaps, &s->perm, &s->state, &s->nets, &s->startndeg[0], &s->startndeg[1],
-           &s->startgain, &s->netstamp, &s->cellstamp, &s->touched);
+           &s->startgain, &s->netstamp, &s->cellstamp, &s->touched, &s->oldnd);
 }
 
 // Empties both queues, unlocks every vertex and queues the movable ones on their sides in a
@@ -168,26 +170,37 @@ void SaveStartState(const HGraph *graph, Scratch *s) {
   s->startcut = graph->mincut;
 }
 
+// What a hyperedge of weight w with own pins on a vertex's side and other pins on the other
+// adds to the vertex's gain, as refine2::VertexGain counts it.
+inline int GainShare(int own, int other, int w) {
+  return other != 0 && own == 1 ? w : (other == 0 ? -w : 0);
+}
+
 // Gives the saved start the pin counts, and the graph the gains and cut, that a fresh
 // computation from `where` would, when `where` differs from the previous pass's start only by
 // the first nkept moves of that pass: their pin counts are replayed on the saved start, the cut is
-// corrected for the hyperedges they touched, and only the pins of those hyperedges get their gains
-// recomputed. The saved start becomes this new state, ready for the pass after.
+// corrected for the hyperedges they touched, and the pins of those hyperedges have the change of
+// each hyperedge's share in their gains applied (a moved pin trades its old side's share for its
+// new side's). The saved start becomes this new state, ready for the pass after.
 void DeriveStartState(HGraph *graph, Scratch *s, int nkept, int stamp) {
   const int *incptr = graph->incptr, *incind = graph->incind;
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
   const int *where = graph->where;
   int *nd0 = s->startndeg[0], *nd1 = s->startndeg[1];
+  int *startgain = s->startgain, *cellstamp = s->cellstamp, *oldnd = s->oldnd;
   int ntouched = 0;
   int cut = s->startcut;
   for (int i = 0; i < nkept; i++) {
     const int v = s->swaps[i];
     const int to = where[v];
+    cellstamp[v] = stamp;
     int *ndto = to == 0 ? nd0 : nd1, *ndfrom = to == 0 ? nd1 : nd0;
-    for (int j = incptr[v]; j < incptr[v + 1]; j++) {
+    for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++) {
       const int e = incind[j];
       if (s->netstamp[e] != stamp) {
         s->netstamp[e] = stamp;
+        oldnd[2 * ntouched] = nd0[e];
+        oldnd[2 * ntouched + 1] = nd1[e];
         s->touched[ntouched++] = e;
         if (nd0[e] != 0 && nd1[e] != 0) cut -= netwgt[e];
       }
@@ -197,19 +210,23 @@ void DeriveStartState(HGraph *graph, Scratch *s, int nkept, int stamp) {
   }
   for (int t = 0; t < ntouched; t++) {
     const int e = s->touched[t];
-    if (nd0[e] != 0 && nd1[e] != 0) cut += netwgt[e];
-  }
-  for (int t = 0; t < ntouched; t++) {
-    const int e = s->touched[t];
-    for (int k = netptr[e]; k < netptr[e + 1]; k++) {
+    const int n0 = nd0[e], n1 = nd1[e], o0 = oldnd[2 * t], o1 = oldnd[2 * t + 1];
+    const int w = netwgt[e];
+    if (n0 != 0 && n1 != 0) cut += w;
+    const int new0 = GainShare(n0, n1, w), new1 = GainShare(n1, n0, w);
+    const int old0 = GainShare(o0, o1, w), old1 = GainShare(o1, o0, w);
+    // The change by current side, for a pin that stayed and for one that moved here.
+    const int stayed[2] = {new0 - old0, new1 - old1};
+    const int moved[2] = {new0 - old1, new1 - old0};
+    if ((stayed[0] | stayed[1] | moved[0] | moved[1]) == 0) continue;
+    for (int k = netptr[e], kend = netptr[e + 1]; k < kend; k++) {
       const int u = netind[k];
-      if (s->cellstamp[u] == stamp) continue;
-      s->cellstamp[u] = stamp;
-      s->startgain[u] = refine2::VertexGain(graph, u, nd0, nd1);
+      const int side = where[u];
+      startgain[u] += cellstamp[u] == stamp ? moved[side] : stayed[side];
     }
   }
   s->startcut = cut;
-  icopy__(graph->nvtxs, s->startgain, graph->gain);
+  icopy__(graph->nvtxs, startgain, graph->gain);
   graph->mincut = cut;
 }
 
