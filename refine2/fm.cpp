@@ -91,14 +91,16 @@ void FillQueues(const PartCtrl *ctrl, HGraph *graph, Scratch *s) {
   const int *where = graph->where, *gain = graph->gain;
   PQueueReset__(&s->queues[0]);
   PQueueReset__(&s->queues[1]);
-  iset__(nvtxs, -1, s->moved);
+  // Only the early-exit refiners read moved; the plain ones lock by the state byte.
+  const bool trackmoved = s->state == nullptr;
+  if (trackmoved) iset__(nvtxs, -1, s->moved);
   RandomPermute__(&ctrl->run->rng, s->perm, nvtxs, 1);
   for (int i = 0; i < nvtxs; i++) {
     const int v = s->perm[i];
-    if (v < nfixed)
-      s->moved[v] = 1;
-    else
+    if (v >= nfixed)
       PQueueInsert__(&s->queues[where[v]], v, gain[v]);
+    else if (trackmoved)
+      s->moved[v] = 1;
   }
 }
 

@@ -74,13 +74,18 @@ void PQueueInit__(PQueue *queue, int maxitems, int maxgain) {
 }
 
 void PQueueReset__(PQueue *queue) {
+  // An empty queue has every bucket head (or locator entry) at -1 already: each removal clears
+  // what the item held.
+  const bool empty = queue->nitems == 0;
   queue->nitems = 0;
   if (queue->qtype == PQUEUE_HEAP) {
+    if (empty) return;
     iset__(queue->maxitems, -1, queue->locator);
     return;
   }
   const int span = queue->gainspan;
   queue->topbucket = -span;
+  if (empty) return;
   iset__(2 * span + 1, -1, queue->buckets - span);
 }
 
