@@ -249,7 +249,8 @@ int MoveCandidate(HGraph *graph, Scratch *s, int from, int u0, int u1, int nswap
 // which keep the gains of free vertices only. Besides the usual skip (more than two pins on the
 // receiving side and at least two on the giving side), a hyperedge that already had a vertex
 // moved to each side in this pass is passed over: with a locked pin on both sides it stays cut
-// whatever the free pins do, so none of their gains can change. Its pin counts are still kept.
+// whatever the free pins do, so none of their gains can change, and its pin counts are left
+// as they are (nothing reads them before the next pass resets them).
 // Returns the weight of the hyperedges that this move locked on both sides. kBuckets: both
 // queues are in bucket mode, which the caller checked once for the whole pass.
 template <bool kBuckets>
@@ -284,11 +285,12 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
   // Loop bounds are read once: the stores to counts and gains could otherwise alias them.
   for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++) {
     NetPass &net = nets[incind[j]];
+    // Locked on both sides: no later move reads its counts, which the next pass resets.
+    const int sides = net.lockedsides;
+    if (sides == 3) continue;
     const int nto = ++net.nd[to];
     const int nfrom = --net.nd[from];
     const int nfreefrom = --net.free[from];
-    const int sides = net.lockedsides;
-    if (sides == 3) continue;
     const int w = net.wgt;
     if ((sides | tobit) == 3) newlylocked += w;
     net.lockedsides = sides | tobit;
