@@ -3,6 +3,7 @@
 // and undo by flipping sides; the early-exit refiners give up after a run of moves without a
 // new best, undo move by move and so keep gains exact across passes. The "2" forms pick, within
 // each side, a high-gain vertex the side can afford to give up.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -28,8 +29,8 @@ struct NetPass {
   int nd[2];    // pins on each side
   int free[2];  // of those, the pins not yet moved in this pass (and not fixed)
   int wgt;
-  int begin;  // its pins are netind[begin, end)
-  int end;
+  int begin;        // its pins start at netind[begin]; the scans know how many to look at
+  int spare;        // keeps the record at 32 bytes
   int lockedsides;  // the sides that vertices moved to in this pass (bit s for side s)
 };
 
@@ -107,25 +108,29 @@ void FillQueues(const PartCtrl *ctrl, HGraph *graph, Scratch *s) {
 // Plain refiners: after FillQueues, marks every free vertex with its side and every fixed one
 // as locked, and fills the hyperedge records from the pass's saved starting pin counts, with
 // nothing moved yet. The pass keeps its pin counts in the records only.
-void StartPlainPass(const HGraph *graph, Scratch *s) {
+// Returns whether no hyperedge weight is negative.
+bool StartPlainPass(const HGraph *graph, Scratch *s) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges, nfixed = graph->nfixed;
   const int *where = graph->where, *netptr = graph->netptr, *netwgt = graph->netwgt;
   const int *nd0 = s->startndeg[0], *nd1 = s->startndeg[1];
   for (int v = 0; v < nvtxs; v++)
     s->state[v] = v < nfixed ? kLocked : static_cast<unsigned char>(where[v]);
   NetPass *nets = s->nets;
+  int minwgt = 0;
   for (int e = 0; e < nhedges; e++) {
     nets[e].nd[0] = nets[e].free[0] = nd0[e];
     nets[e].nd[1] = nets[e].free[1] = nd1[e];
     nets[e].wgt = netwgt[e];
+    minwgt = std::min(minwgt, netwgt[e]);
     nets[e].begin = netptr[e];
-    nets[e].end = netptr[e + 1];
+    nets[e].spare = 0;
     nets[e].lockedsides = 0;
   }
   // Every pin is free but the fixed ones.
   for (int v = 0; v < nfixed; v++)
     for (int j = graph->incptr[v]; j < graph->incptr[v + 1]; j++)
       nets[graph->incind[j]].free[where[v]]--;
+  return minwgt >= 0;
 }
 
 // Plain refiners, on a pass after the first without fixed vertices: the same state as
@@ -418,15 +423,6 @@ int FMMoves(const PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initc
   return nswaps;
 }
 
-// Whether a pass may end as soon as no later point can beat its best: not when every move is
-// traced, and not with negative hyperedge weights, where the locked-cut bound does not hold.
-bool PassMayEndEarly(const PartCtrl *ctrl, const HGraph *graph) {
-  if (ctrl->run->now.dbglvl & DBG_MOVES) return false;
-  for (int e = 0; e < graph->nhedges; e++)
-    if (graph->netwgt[e] < 0) return false;
-  return true;
-}
-
 template <bool kConstrained>
 void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   const int nfixed = graph->nfixed;
@@ -436,7 +432,10 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   CreateScratch(graph, &s, true);
   if (npasses >= 1 && nfixed < 0) errexit__("Refine_FM: negative fixed-vertex count %d", nfixed);
 
-  const bool canstop = PassMayEndEarly(ctrl, graph);
+  // Whether a pass may end as soon as no later point can beat its best: not when every move is
+  // traced, and not with negative hyperedge weights (found on the first pass's start), where
+  // the locked-cut bound does not hold.
+  bool canstop = !(ctrl->run->now.dbglvl & DBG_MOVES);
   int nkept = 0;   // moves the previous pass kept
   int nmoved = 0;  // moves the previous pass made
   for (int pass = 0; pass < npasses; pass++) {
@@ -453,7 +452,9 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
     const Bounds b = refine2::BalanceBounds(ctrl, pwgts);
     const int initcut = graph->mincut;
     FillQueues(ctrl, graph, &s);
-    if (pass == 0 || nfixed != 0)
+    if (pass == 0)
+      canstop = StartPlainPass(graph, &s) && canstop;
+    else if (nfixed != 0)
       StartPlainPass(graph, &s);
     else
       RestartPlainPass(graph, &s, nmoved);
