@@ -29,8 +29,8 @@ struct NetPass {
   int nd[2];    // pins on each side
   int free[2];  // of those, the pins not yet moved in this pass (and not fixed)
   int wgt;
-  int begin;        // its pins start at netind[begin]; the scans know how many to look at
-  int spare;        // keeps the record at 32 bytes
+  int begin;  // its pins are netind[begin, end)
+  int end;
   int lockedsides;  // the sides that vertices moved to in this pass (bit s for side s)
 };
 
@@ -123,7 +123,7 @@ bool StartPlainPass(const HGraph *graph, Scratch *s) {
     nets[e].wgt = netwgt[e];
     minwgt = std::min(minwgt, netwgt[e]);
     nets[e].begin = netptr[e];
-    nets[e].spare = 0;
+    nets[e].end = netptr[e + 1];
     nets[e].lockedsides = 0;
   }
   // Every pin is free but the fixed ones.
@@ -296,22 +296,26 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
     const int nto = ++net.nd[to];
     const int nfrom = --net.nd[from];
     const int nfreefrom = --net.free[from];
-    const int w = net.wgt;
-    if ((sides | tobit) == 3) newlylocked += w;
-    net.lockedsides = sides | tobit;
+    // Here sides is 0 or one side's bit; the other side's bit means this move locks both.
+    if (sides != tobit) {
+      net.lockedsides = sides | tobit;
+      if (sides != 0) newlylocked += net.wgt;
+    }
     if (nto > 2 && nfrom >= 2) continue;
+    const int w = net.wgt;
     // Only these counts change a free pin's gain: the giving side down to its last pin (or
     // emptied), the receiving side at its first or second pin.
     const int fromdelta = (nfrom == 1 ? w : 0) + (nto == 1 ? w : 0);
     const int todelta = (nfrom == 0 ? w : 0) + (nto == 2 ? w : 0);
     // The free pins whose gains change: nothing to scan without them, else the scan ends at the
-    // last of them. The free counts are exact and every free pin on a side with a change gets
-    // it, so the scan needs no bound of its own.
+    // last of them. Every free pin on a side with a change gets it, and the free counts are
+    // exact but for a vertex that is a pin of one hyperedge more than once: while v's copies
+    // are taken off one by one, the rest still count. The bound guards that case.
     int left = (fromdelta != 0 ? nfreefrom : 0) + (todelta != 0 ? net.free[to] : 0);
     if (left == 0) continue;
     delta[from] = fromdelta;
     delta[to] = -todelta;
-    for (const int *pin = netind + net.begin;; pin++) {
+    for (const int *pin = netind + net.begin, *end = netind + net.end; pin < end; pin++) {
       const int u = *pin;
       const int side = state[u];
       const int d = delta[side];
