@@ -351,7 +351,8 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
           top[side] = t;
         }
       } else {
-        PQueueUpdate__(&queues[side], u, oldgain, newgain);
+        // Heap mode (newgain differs from oldgain).
+        pqueue_detail::HeapUpdate(&queues[side], u, oldgain, newgain);
       }
       if (left == 0) break;
     }
