@@ -15,13 +15,6 @@ CandidateList &RestrictedList(const PartCtrl *ctrl) {
   return ctrl->run->lists[1];
 }
 
-void Append(CandidateList &s, int u, float w) {
-  if (s.ncand == s.capacity) GrowCandidateList__(&s);
-  s.cand[s.ncand] = u;
-  s.cwgt[s.ncand] = w;
-  s.ncand++;
-}
-
 struct Incidence {
   const int *incptr, *incind, *netptr, *netind, *cellwgt;
   const float *edgewgt;
@@ -34,29 +27,46 @@ int Scan(int v, const Incidence &g, int *htable, CandidateList &s, UseNet useNet
          Qualifies qualifies, Replaces replaces) {
   s.ncand = 0;
   if (g.incptr[v + 1] == g.incptr[v]) return -1;
+  // The list is worked on through locals, which the stores to htable and the scores cannot
+  // alias, and written back when it grows and at the end.
+  int *cand = s.cand;
+  float *cwgt = s.cwgt;
+  int ncand = 0;
   // Loop bounds are read once: the stores to htable and the lists could otherwise alias them.
   for (int j = g.incptr[v], jend = g.incptr[v + 1]; j < jend; j++) {
     const int h = g.incind[j];
     if (!useNet(h)) continue;
+    const float ew = g.edgewgt[h];
     for (int t = g.netptr[h], tend = g.netptr[h + 1]; t < tend; t++) {
       const int u = g.netind[t];
-      if (u == v || !qualifies(u)) continue;
-      if (htable[u] != -1) {
-        s.cwgt[htable[u]] += g.edgewgt[h];
-      } else {
-        htable[u] = s.ncand;
-        Append(s, u, g.edgewgt[h]);
+      // A pin already listed passed the test when it was first met (nothing the test reads
+      // changes during the scan), so only new pins are tested; v itself is never listed.
+      const int slot = htable[u];
+      if (slot != -1) {
+        cwgt[slot] += ew;
+      } else if (u != v && qualifies(u)) {
+        if (ncand == s.capacity) {
+          s.ncand = ncand;
+          GrowCandidateList__(&s);
+          cand = s.cand;
+          cwgt = s.cwgt;
+        }
+        htable[u] = ncand;
+        cand[ncand] = u;
+        cwgt[ncand] = ew;
+        ncand++;
       }
     }
   }
-  if (s.ncand == 0) return -1;
+  s.ncand = ncand;
+  if (ncand == 0) return -1;
   int best = 0;
-  htable[s.cand[0]] = -1;
-  for (int i = 1; i < s.ncand; i++) {
-    htable[s.cand[i]] = -1;
-    if (s.cwgt[i] > s.cwgt[best])
+  htable[cand[0]] = -1;
+  for (int i = 1; i < ncand; i++) {
+    htable[cand[i]] = -1;
+    if (cwgt[i] > cwgt[best])
       best = i;
-    else if (s.cwgt[i] == s.cwgt[best] && replaces(best, i))
+    else if (cwgt[i] == cwgt[best] && replaces(best, i))
       best = i;
   }
   return best;

@@ -66,7 +66,7 @@ Merged MergeIdentical(int nhedges, const int *netptr, const int *netind, const i
   for (int i = 0; i < m; i++) {
     if (dseen[i] == 1) continue;
     const int e = cand[i].val;
-    for (int j = netptr[e]; j < netptr[e + 1]; j++) out.netind[npins++] = netind[j];
+    for (int j = netptr[e], jend = netptr[e + 1]; j < jend; j++) out.netind[npins++] = netind[j];
     out.netptr[d + 1] = npins;
     if (dnetmap) dnetmap[e] = d;
     out.netwgt[d] = netwgt[e];
@@ -89,9 +89,13 @@ Merged MergeIdentical(int nhedges, const int *netptr, const int *netind, const i
   return out;
 }
 
+// Pin lists up to this length are sorted inline.
+constexpr int kInlineSort = 16;
+
 // Maps the pins of every finer hyperedge to distinct coarse vertices (first occurrence, then
 // sorted); hyperedges left with a single coarse vertex vanish into lost. Returns the number m of
 // surviving hyperedges.
+
 int MapPins(const HGraph *graph, int cnvtxs, int *htable, int *netmap, int *cnetptr, int *cnetind,
             int *cnetwgt, int *lost) {
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
@@ -100,7 +104,7 @@ int MapPins(const HGraph *graph, int cnvtxs, int *htable, int *netmap, int *cnet
   cnetptr[0] = 0;
   for (int i = 0; i < graph->nhedges; i++) {
     const int start = k;
-    for (int j = netptr[i]; j < netptr[i + 1]; j++) {
+    for (int j = netptr[i], jend = netptr[i + 1]; j < jend; j++) {
       const int c = cellmap[netind[j]];
       if (c < 0 || c >= cnvtxs)
         errexit__("CreateCoarseHGraph: vertex %d maps to %d of %d\n", netind[j], c, cnvtxs);
@@ -116,8 +120,16 @@ int MapPins(const HGraph *graph, int cnvtxs, int *htable, int *netmap, int *cnet
       *lost += netwgt[i];
       continue;
     }
-    if (n == 2) {
-      if (cnetind[start] > cnetind[start + 1]) std::swap(cnetind[start], cnetind[start + 1]);
+    if (n <= kInlineSort) {
+      // Short lists (most of them) by straight insertion in place; the pins are distinct, so
+      // any sort gives the same order.
+      int *pins = cnetind + start;
+      for (int a = 1; a < n; a++) {
+        const int x = pins[a];
+        int b = a;
+        for (; b > 0 && pins[b - 1] > x; b--) pins[b] = pins[b - 1];
+        pins[b] = x;
+      }
     } else {
       iintsort__(n, cnetind + start);
     }
@@ -138,8 +150,8 @@ void BuildIncidence(const HGraph *graph, HGraph *coarser, int *htable) {
   const int *cnetwgt = coarser->netwgt;
   int *cincptr = imalloc__(cnvtxs + 1, "CreateCoarseHGraph: coarser->incptr");
   int *cincind = imalloc__(incptr[graph->nvtxs], "CreateCoarseHGraph: coarser->incind");
-  int *ccellwgt = ismalloc__(cnvtxs, 0, "CreateCoarseHGraph: coarser->cellwgt");
-  int *cadjwgt = ismalloc__(cnvtxs, 0, "CreateCoarseHGraph: coarser->adjwgt");
+  int *ccellwgt = imalloc__(cnvtxs, "CreateCoarseHGraph: coarser->cellwgt");
+  int *cadjwgt = imalloc__(cnvtxs, "CreateCoarseHGraph: coarser->adjwgt");
 
   if (cnvtxs > 0 && (mptr[0] != 0 || mptr[cnvtxs] != graph->nvtxs))
     errexit__("CreateCoarseHGraph: the groups list %d of %d vertices\n", mptr[cnvtxs] - mptr[0],
@@ -148,20 +160,24 @@ void BuildIncidence(const HGraph *graph, HGraph *coarser, int *htable) {
   cincptr[0] = 0;
   for (int c = 0; c < cnvtxs; c++) {
     if (mptr[c + 1] < mptr[c]) errexit__("CreateCoarseHGraph: group %d has a negative size\n", c);
-    for (int j = mptr[c]; j < mptr[c + 1]; j++) {
+    // Sums in locals: the stores to the lists could otherwise alias them.
+    int cwgt = 0, adjwgt = 0;
+    for (int j = mptr[c], jend = mptr[c + 1]; j < jend; j++) {
       const int v = mind[j];
       if (v < 0 || v >= graph->nvtxs)
         errexit__("CreateCoarseHGraph: group %d lists vertex %d of %d\n", c, v, graph->nvtxs);
-      ccellwgt[c] += cellwgt[v];
-      for (int t = incptr[v]; t < incptr[v + 1]; t++) {
+      cwgt += cellwgt[v];
+      for (int t = incptr[v], tend = incptr[v + 1]; t < tend; t++) {
         const int ch = netmap[incind[t]];
         if (ch != -1 && htable[ch] != c) {
           cincind[ninc++] = ch;
           htable[ch] = c;
-          cadjwgt[c] += cnetwgt[ch];
+          adjwgt += cnetwgt[ch];
         }
       }
     }
+    ccellwgt[c] = cwgt;
+    cadjwgt[c] = adjwgt;
     cincptr[c + 1] = ninc;
   }
   coarser->incptr = cincptr;

@@ -3,6 +3,7 @@
 // and undo by flipping sides; the early-exit refiners give up after a run of moves without a
 // new best, undo move by move and so keep gains exact across passes. The "2" forms pick, within
 // each side, a high-gain vertex the side can afford to give up.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -49,6 +50,7 @@ struct Scratch {
   int *netstamp;
   int *cellstamp;
   int *touched;
+  int *oldnd;  // the pin counts of touched[t] before the replay, at 2t and 2t + 1
 };
 
 void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
@@ -62,7 +64,7 @@ void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
   s->state = nullptr;
   s->nets = nullptr;
   s->startndeg[0] = s->startndeg[1] = s->startgain = nullptr;
-  s->netstamp = s->cellstamp = s->touched = nullptr;
+  s->netstamp = s->cellstamp = s->touched = s->oldnd = nullptr;
   if (!plain) return;
   s->state = static_cast<unsigned char *>(RVmalloc__(nvtxs, "FM_Refine: state"));
   s->nets = static_cast<NetPass *>(
@@ -73,13 +75,14 @@ void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
   s->netstamp = ismalloc__(nhedges, -1, "FM_Refine: netstamp");
   s->cellstamp = ismalloc__(nvtxs, -1, "FM_Refine: cellstamp");
   s->touched = imalloc__(nhedges, "FM_Refine: touched");
+  s->oldnd = imalloc__(2LL * nhedges, "FM_Refine: oldnd");
 }
 
 void FreeScratch(Scratch *s) {
   PQueueFree__(&s->queues[0]);
   PQueueFree__(&s->queues[1]);
   RVfree__(&s->moved, &s->swaps, &s->perm, &s->state, &s->nets, &s->startndeg[0], &s->startndeg[1],
-           &s->startgain, &s->netstamp, &s->cellstamp, &s->touched);
+           &s->startgain, &s->netstamp, &s->cellstamp, &s->touched, &s->oldnd);
 }
 
 // Empties both queues, unlocks every vertex and queues the movable ones on their sides in a
@@ -89,31 +92,36 @@ void FillQueues(const PartCtrl *ctrl, HGraph *graph, Scratch *s) {
   const int *where = graph->where, *gain = graph->gain;
   PQueueReset__(&s->queues[0]);
   PQueueReset__(&s->queues[1]);
-  iset__(nvtxs, -1, s->moved);
+  // Only the early-exit refiners read moved; the plain ones lock by the state byte.
+  const bool trackmoved = s->state == nullptr;
+  if (trackmoved) iset__(nvtxs, -1, s->moved);
   RandomPermute__(&ctrl->run->rng, s->perm, nvtxs, 1);
   for (int i = 0; i < nvtxs; i++) {
     const int v = s->perm[i];
-    if (v < nfixed)
-      s->moved[v] = 1;
-    else
+    if (v >= nfixed)
       PQueueInsert__(&s->queues[where[v]], v, gain[v]);
+    else if (trackmoved)
+      s->moved[v] = 1;
   }
 }
 
 // Plain refiners: after FillQueues, marks every free vertex with its side and every fixed one
 // as locked, and fills the hyperedge records from the pass's saved starting pin counts, with
 // nothing moved yet. The pass keeps its pin counts in the records only.
-void StartPlainPass(const HGraph *graph, Scratch *s) {
+// Returns whether no hyperedge weight is negative.
+bool StartPlainPass(const HGraph *graph, Scratch *s) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges, nfixed = graph->nfixed;
   const int *where = graph->where, *netptr = graph->netptr, *netwgt = graph->netwgt;
   const int *nd0 = s->startndeg[0], *nd1 = s->startndeg[1];
   for (int v = 0; v < nvtxs; v++)
     s->state[v] = v < nfixed ? kLocked : static_cast<unsigned char>(where[v]);
   NetPass *nets = s->nets;
+  int minwgt = 0;
   for (int e = 0; e < nhedges; e++) {
     nets[e].nd[0] = nets[e].free[0] = nd0[e];
     nets[e].nd[1] = nets[e].free[1] = nd1[e];
     nets[e].wgt = netwgt[e];
+    minwgt = std::min(minwgt, netwgt[e]);
     nets[e].begin = netptr[e];
     nets[e].end = netptr[e + 1];
     nets[e].lockedsides = 0;
@@ -122,6 +130,42 @@ void StartPlainPass(const HGraph *graph, Scratch *s) {
   for (int v = 0; v < nfixed; v++)
     for (int j = graph->incptr[v]; j < graph->incptr[v + 1]; j++)
       nets[graph->incind[j]].free[where[v]]--;
+  return minwgt >= 0;
+}
+
+// Plain refiners, on a pass after the first without fixed vertices: the same state as
+// StartPlainPass, restored only where the previous pass left a trace. A hyperedge none of whose
+// pins moved in that pass (its lockedsides is still 0) kept its records untouched, and the
+// start derived since then changed only hyperedges of kept moves, so only the moved vertices and
+// the hyperedges they touched need resetting (every pin is free without fixed vertices). The
+// hyperedges are found through the moved vertices when those have few pins in all, else by a
+// sweep.
+void RestartPlainPass(const HGraph *graph, Scratch *s, int nmoved) {
+  const int nhedges = graph->nhedges;
+  const int *where = graph->where, *incptr = graph->incptr, *incind = graph->incind;
+  const int *nd0 = s->startndeg[0], *nd1 = s->startndeg[1];
+  NetPass *nets = s->nets;
+  long long npins = 0;
+  for (int i = 0; i < nmoved; i++) {
+    const int v = s->swaps[i];
+    s->state[v] = static_cast<unsigned char>(where[v]);
+    npins += incptr[v + 1] - incptr[v];
+  }
+  const auto reset = [&](int e) {
+    nets[e].nd[0] = nets[e].free[0] = nd0[e];
+    nets[e].nd[1] = nets[e].free[1] = nd1[e];
+    nets[e].lockedsides = 0;
+  };
+  if (npins < nhedges) {
+    for (int i = 0; i < nmoved; i++) {
+      const int v = s->swaps[i];
+      for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++)
+        if (nets[incind[j]].lockedsides != 0) reset(incind[j]);
+    }
+  } else {
+    for (int e = 0; e < nhedges; e++)
+      if (nets[e].lockedsides != 0) reset(e);
+  }
 }
 
 // Keeps the state a pass starts from (pin counts, gains, cut), so that the next pass can derive
@@ -133,26 +177,37 @@ void SaveStartState(const HGraph *graph, Scratch *s) {
   s->startcut = graph->mincut;
 }
 
+// What a hyperedge of weight w with own pins on a vertex's side and other pins on the other
+// adds to the vertex's gain, as refine2::VertexGain counts it.
+inline int GainShare(int own, int other, int w) {
+  return other != 0 && own == 1 ? w : (other == 0 ? -w : 0);
+}
+
 // Gives the saved start the pin counts, and the graph the gains and cut, that a fresh
 // computation from `where` would, when `where` differs from the previous pass's start only by
 // the first nkept moves of that pass: their pin counts are replayed on the saved start, the cut is
-// corrected for the hyperedges they touched, and only the pins of those hyperedges get their gains
-// recomputed. The saved start becomes this new state, ready for the pass after.
+// corrected for the hyperedges they touched, and the pins of those hyperedges have the change of
+// each hyperedge's share in their gains applied (a moved pin trades its old side's share for its
+// new side's). The saved start becomes this new state, ready for the pass after.
 void DeriveStartState(HGraph *graph, Scratch *s, int nkept, int stamp) {
   const int *incptr = graph->incptr, *incind = graph->incind;
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
   const int *where = graph->where;
   int *nd0 = s->startndeg[0], *nd1 = s->startndeg[1];
+  int *startgain = s->startgain, *cellstamp = s->cellstamp, *oldnd = s->oldnd;
   int ntouched = 0;
   int cut = s->startcut;
   for (int i = 0; i < nkept; i++) {
     const int v = s->swaps[i];
     const int to = where[v];
+    cellstamp[v] = stamp;
     int *ndto = to == 0 ? nd0 : nd1, *ndfrom = to == 0 ? nd1 : nd0;
-    for (int j = incptr[v]; j < incptr[v + 1]; j++) {
+    for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++) {
       const int e = incind[j];
       if (s->netstamp[e] != stamp) {
         s->netstamp[e] = stamp;
+        oldnd[2 * ntouched] = nd0[e];
+        oldnd[2 * ntouched + 1] = nd1[e];
         s->touched[ntouched++] = e;
         if (nd0[e] != 0 && nd1[e] != 0) cut -= netwgt[e];
       }
@@ -162,19 +217,23 @@ void DeriveStartState(HGraph *graph, Scratch *s, int nkept, int stamp) {
   }
   for (int t = 0; t < ntouched; t++) {
     const int e = s->touched[t];
-    if (nd0[e] != 0 && nd1[e] != 0) cut += netwgt[e];
-  }
-  for (int t = 0; t < ntouched; t++) {
-    const int e = s->touched[t];
-    for (int k = netptr[e]; k < netptr[e + 1]; k++) {
+    const int n0 = nd0[e], n1 = nd1[e], o0 = oldnd[2 * t], o1 = oldnd[2 * t + 1];
+    const int w = netwgt[e];
+    if (n0 != 0 && n1 != 0) cut += w;
+    const int new0 = GainShare(n0, n1, w), new1 = GainShare(n1, n0, w);
+    const int old0 = GainShare(o0, o1, w), old1 = GainShare(o1, o0, w);
+    // The change by current side, for a pin that stayed and for one that moved here.
+    const int stayed[2] = {new0 - old0, new1 - old1};
+    const int moved[2] = {new0 - old1, new1 - old0};
+    if ((stayed[0] | stayed[1] | moved[0] | moved[1]) == 0) continue;
+    for (int k = netptr[e], kend = netptr[e + 1]; k < kend; k++) {
       const int u = netind[k];
-      if (s->cellstamp[u] == stamp) continue;
-      s->cellstamp[u] = stamp;
-      s->startgain[u] = refine2::VertexGain(graph, u, nd0, nd1);
+      const int side = where[u];
+      startgain[u] += cellstamp[u] == stamp ? moved[side] : stayed[side];
     }
   }
   s->startcut = cut;
-  icopy__(graph->nvtxs, s->startgain, graph->gain);
+  icopy__(graph->nvtxs, startgain, graph->gain);
   graph->mincut = cut;
 }
 
@@ -195,8 +254,11 @@ int MoveCandidate(HGraph *graph, Scratch *s, int from, int u0, int u1, int nswap
 // which keep the gains of free vertices only. Besides the usual skip (more than two pins on the
 // receiving side and at least two on the giving side), a hyperedge that already had a vertex
 // moved to each side in this pass is passed over: with a locked pin on both sides it stays cut
-// whatever the free pins do, so none of their gains can change. Its pin counts are still kept.
-// Returns the weight of the hyperedges that this move locked on both sides.
+// whatever the free pins do, so none of their gains can change, and its pin counts are left
+// as they are (nothing reads them before the next pass resets them).
+// Returns the weight of the hyperedges that this move locked on both sides. kBuckets: both
+// queues are in bucket mode, which the caller checked once for the whole pass.
+template <bool kBuckets>
 int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
   const int *incptr = graph->incptr, *incind = graph->incind, *netind = graph->netind;
   const unsigned char *state = s->state;
@@ -205,35 +267,99 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
   PQueue *queues = s->queues;
   const int tobit = 1 << to;
   int newlylocked = 0;
+  // The gain change of a pin by its state byte; a locked pin keeps its (unused) gain.
+  int delta[kLocked + 1];
+  delta[kLocked] = 0;
+  // Bucket mode: both queues' lists and tops in locals for the whole move, which the stores to
+  // gains and links cannot alias; the tops go back at the end.
+  // Both queues were built for the same gain range.
+  PQueueLink *links[2] = {nullptr, nullptr};
+  int *heads[2] = {nullptr, nullptr};
+  int top[2] = {0, 0};
+  unsigned int span = 0;
+  if constexpr (kBuckets) {
+    links[0] = queues[0].links;
+    links[1] = queues[1].links;
+    heads[0] = queues[0].buckets;
+    heads[1] = queues[1].buckets;
+    top[0] = queues[0].topbucket;
+    top[1] = queues[1].topbucket;
+    span = static_cast<unsigned int>(queues[0].gainspan);
+  }
 
   // Loop bounds are read once: the stores to counts and gains could otherwise alias them.
   for (int j = incptr[v], jend = incptr[v + 1]; j < jend; j++) {
     NetPass &net = nets[incind[j]];
+    // Locked on both sides: no later move reads its counts, which the next pass resets.
+    const int sides = net.lockedsides;
+    if (sides == 3) continue;
     const int nto = ++net.nd[to];
     const int nfrom = --net.nd[from];
     const int nfreefrom = --net.free[from];
-    const int sides = net.lockedsides;
-    if (sides == 3) continue;
-    const int w = net.wgt;
-    if ((sides | tobit) == 3) newlylocked += w;
-    net.lockedsides = sides | tobit;
+    // Here sides is 0 or one side's bit; the other side's bit means this move locks both.
+    if (sides != tobit) {
+      net.lockedsides = sides | tobit;
+      if (sides != 0) newlylocked += net.wgt;
+    }
     if (nto > 2 && nfrom >= 2) continue;
+    const int w = net.wgt;
     // Only these counts change a free pin's gain: the giving side down to its last pin (or
     // emptied), the receiving side at its first or second pin.
     const int fromdelta = (nfrom == 1 ? w : 0) + (nto == 1 ? w : 0);
     const int todelta = (nfrom == 0 ? w : 0) + (nto == 2 ? w : 0);
-    // Nothing to scan when no free pin sits on a side whose pins change.
-    if ((fromdelta == 0 || nfreefrom == 0) && (todelta == 0 || net.free[to] == 0)) continue;
+    // The free pins whose gains change: nothing to scan without them, else the scan ends at the
+    // last of them. Every free pin on a side with a change gets it, and the free counts are
+    // exact but for a vertex that is a pin of one hyperedge more than once: while v's copies
+    // are taken off one by one, the rest still count. The bound guards that case.
+    int left = (fromdelta != 0 ? nfreefrom : 0) + (todelta != 0 ? net.free[to] : 0);
+    if (left == 0) continue;
+    delta[from] = fromdelta;
+    delta[to] = -todelta;
     for (const int *pin = netind + net.begin, *end = netind + net.end; pin < end; pin++) {
       const int u = *pin;
       const int side = state[u];
-      if (side == kLocked) continue;
+      const int d = delta[side];
+      if (d == 0) continue;
+      left--;
       const int oldgain = gain[u];
-      const int newgain = side == from ? oldgain + fromdelta : oldgain - todelta;
-      if (newgain == oldgain) continue;
+      const int newgain = oldgain + d;
       gain[u] = newgain;
-      PQueueUpdate__(&queues[side], u, oldgain, newgain);
+      if constexpr (kBuckets) {
+        // PQueueUpdate__ on the locals: out of the old bucket, to the head of the new one,
+        // the top following the highest non-empty bucket.
+        PQueueLink *l = links[side];
+        int *b = heads[side];
+        const int prev = l[u].prev, next = l[u].next;
+        if (prev != -1)
+          l[prev].next = next;
+        else
+          b[oldgain] = next;
+        if (next != -1) l[next].prev = prev;
+        if (static_cast<unsigned int>(newgain) + span > 2u * span) [[unlikely]]
+          pqueue_detail::GainOutOfRange(&queues[side], newgain);
+        const int head = b[newgain];
+        l[u].prev = -1;
+        l[u].next = head;
+        if (head != -1) l[head].prev = u;
+        b[newgain] = u;
+        int t = top[side];
+        if (newgain > t) {
+          top[side] = newgain;
+        } else if (t == oldgain && b[t] == -1) {
+          do t--;
+          while (b[t] == -1);
+          top[side] = t;
+        }
+      } else {
+        // Heap mode (newgain differs from oldgain).
+        pqueue_detail::HeapUpdate(&queues[side], u, oldgain, newgain);
+      }
+      if (left == 0) break;
     }
+  }
+  if constexpr (kBuckets) {
+    queues[0].topbucket = top[0];
+    queues[1].topbucket = top[1];
   }
   return newlylocked;
 }
@@ -254,6 +380,7 @@ int FMMoves(const PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initc
   const int *cellwgt = graph->cellwgt;
   PQueue *queues = s->queues;
 
+  const bool buckets = queues[0].qtype == PQUEUE_BUCKETS && queues[1].qtype == PQUEUE_BUCKETS;
   int newcut = initcut;
   int mindiff = refine2::AbsDiff(pwgts[0], pwgts[1]);
   long long lockedcut = 0;
@@ -294,19 +421,11 @@ int FMMoves(const PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initc
     }
 
     s->state[v] = kLocked;
-    lockedcut += UpdatePlainMove(graph, s, v, from, to);
+    lockedcut += buckets ? UpdatePlainMove<true>(graph, s, v, from, to)
+                         : UpdatePlainMove<false>(graph, s, v, from, to);
     if (canstop && lockedcut > *bestcut) return nswaps + 1;
   }
   return nswaps;
-}
-
-// Whether a pass may end as soon as no later point can beat its best: not when every move is
-// traced, and not with negative hyperedge weights, where the locked-cut bound does not hold.
-bool PassMayEndEarly(const PartCtrl *ctrl, const HGraph *graph) {
-  if (ctrl->run->now.dbglvl & DBG_MOVES) return false;
-  for (int e = 0; e < graph->nhedges; e++)
-    if (graph->netwgt[e] < 0) return false;
-  return true;
 }
 
 template <bool kConstrained>
@@ -318,8 +437,12 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   CreateScratch(graph, &s, true);
   if (npasses >= 1 && nfixed < 0) errexit__("Refine_FM: negative fixed-vertex count %d", nfixed);
 
-  const bool canstop = PassMayEndEarly(ctrl, graph);
-  int nkept = 0;  // moves the previous pass kept
+  // Whether a pass may end as soon as no later point can beat its best: not when every move is
+  // traced, and not with negative hyperedge weights (found on the first pass's start), where
+  // the locked-cut bound does not hold.
+  bool canstop = !(ctrl->run->now.dbglvl & DBG_MOVES);
+  int nkept = 0;   // moves the previous pass kept
+  int nmoved = 0;  // moves the previous pass made
   for (int pass = 0; pass < npasses; pass++) {
     starttimer__(ctrl, ctrl->run->time.InitRefTmr);
     // The side weights stay exact through the undo; pin counts, gains and the cut are computed
@@ -334,7 +457,12 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
     const Bounds b = refine2::BalanceBounds(ctrl, pwgts);
     const int initcut = graph->mincut;
     FillQueues(ctrl, graph, &s);
-    StartPlainPass(graph, &s);
+    if (pass == 0)
+      canstop = StartPlainPass(graph, &s) && canstop;
+    else if (nfixed != 0)
+      StartPlainPass(graph, &s);
+    else
+      RestartPlainPass(graph, &s, nmoved);
     if ((ctrl->run->now.dbglvl & DBG_REFINE) && pass == 0)
       Printf__(ctrl,
                kConstrained ? "Partitions2: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d %d]\n"
@@ -360,6 +488,7 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
                pwgts[1]);
     graph->mincut = bestcut;
     nkept = mincutorder + 1;
+    nmoved = nmoves;
     stoptimer__(ctrl, ctrl->run->time.WrapUpTmr);
     if (bestcut == initcut) break;
   }

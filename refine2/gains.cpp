@@ -9,25 +9,49 @@ namespace hypra {
 
 namespace {
 
-// Fills pin counts (zeroed by the caller), gains, side weights and the cut from where.
+// Fills pin counts, gains, side weights and the cut from where. The gains are summed per
+// hyperedge rather than per vertex, with the contributions refine2::VertexGain counts: a
+// hyperedge on one side only takes its weight from every pin, and a cut one gives it to a pin
+// that is alone on its side.
 void ComputeStateInto(const HGraph *graph, int *ndeg0, int *ndeg1, int *gain, int *pwgts,
                       int *cut) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
   const int *where = graph->where, *cellwgt = graph->cellwgt;
 
+  iset__(nvtxs, 0, gain);
   *cut = 0;
   for (int e = 0; e < nhedges; e++) {
-    for (int j = netptr[e], jend = netptr[e + 1]; j < jend; j++) {
+    // Sides are summed, and or-ed to catch any that is neither 0 nor 1; the first such pin is
+    // then looked up for the report.
+    unsigned int n1 = 0, sides = 0;
+    const int jbegin = netptr[e], jend = netptr[e + 1];
+    for (int j = jbegin; j < jend; j++) {
       const int side = where[netind[j]];
-      if (side == 0)
-        ndeg0[e]++;
-      else if (side == 1)
-        ndeg1[e]++;
-      else
-        errexit__("ComputeInitGains: vertex %d is on side %d of a bisection", netind[j], side);
+      n1 += static_cast<unsigned int>(side);
+      sides |= static_cast<unsigned int>(side);
     }
-    if (ndeg0[e] != 0 && ndeg1[e] != 0) *cut += netwgt[e];
+    if (sides > 1) [[unlikely]] {
+      for (int j = jbegin; j < jend; j++)
+        if (where[netind[j]] != 0 && where[netind[j]] != 1)
+          errexit__("ComputeInitGains: vertex %d is on side %d of a bisection", netind[j],
+                    where[netind[j]]);
+    }
+    const int nd1 = static_cast<int>(n1), nd0 = jend - jbegin - nd1;
+    ndeg0[e] = nd0;
+    ndeg1[e] = nd1;
+    const int w = netwgt[e];
+    if (nd0 == 0 || nd1 == 0) {
+      for (int j = jbegin; j < jend; j++) gain[netind[j]] -= w;
+    } else {
+      *cut += w;
+      if (nd0 == 1 || nd1 == 1) {
+        for (int j = jbegin; j < jend; j++) {
+          const int u = netind[j];
+          if ((where[u] == 0 ? nd0 : nd1) == 1) gain[u] += w;
+        }
+      }
+    }
   }
 
   pwgts[0] = pwgts[1] = 0;
@@ -36,7 +60,6 @@ void ComputeStateInto(const HGraph *graph, int *ndeg0, int *ndeg1, int *gain, in
     if (side != 0 && side != 1)
       errexit__("ComputeInitGains: vertex %d is on side %d of a bisection", v, side);
     pwgts[side] += cellwgt[v];
-    gain[v] = refine2::VertexGain(graph, v, ndeg0, ndeg1);
   }
 }
 
@@ -51,10 +74,6 @@ void AllocateRefinementMemory__(HGraph *graph) {
 }
 
 void ComputeInitGains__(HGraph *graph) {
-  iset__(graph->nhedges, 0, graph->ndeg[0]);
-  iset__(graph->nhedges, 0, graph->ndeg[1]);
-  iset__(graph->nvtxs, 0, graph->gain);
-  graph->mincut = 0;
   ComputeStateInto(graph, graph->ndeg[0], graph->ndeg[1], graph->gain, graph->pwgts,
                    &graph->mincut);
 }

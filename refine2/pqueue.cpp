@@ -5,8 +5,10 @@ namespace hypra {
 
 namespace {
 
+// Both sifts are inlined into their callers: the refiners call HeapUpdate once per gain change.
+
 // Moves the entry (key, item) up from position i while its parent's key is strictly smaller.
-void SiftUp(PQueue *queue, int i, int key, int item) {
+[[gnu::always_inline]] inline void SiftUp(PQueue *queue, int i, int key, int item) {
   KeyValue *heap = queue->heap;
   int *locator = queue->locator;
   while (i > 0) {
@@ -23,7 +25,7 @@ void SiftUp(PQueue *queue, int i, int key, int item) {
 
 // Moves the entry (key, item) down from position i; a child rises only when its key is strictly
 // greater, and the left child wins ties between the two children.
-void SiftDown(PQueue *queue, int i, int key, int item) {
+[[gnu::always_inline]] inline void SiftDown(PQueue *queue, int i, int key, int item) {
   KeyValue *heap = queue->heap;
   int *locator = queue->locator;
   const int nitems = queue->nitems;
@@ -74,13 +76,18 @@ void PQueueInit__(PQueue *queue, int maxitems, int maxgain) {
 }
 
 void PQueueReset__(PQueue *queue) {
+  // An empty queue has every bucket head (or locator entry) at -1 already: each removal clears
+  // what the item held.
+  const bool empty = queue->nitems == 0;
   queue->nitems = 0;
   if (queue->qtype == PQUEUE_HEAP) {
+    if (empty) return;
     iset__(queue->maxitems, -1, queue->locator);
     return;
   }
   const int span = queue->gainspan;
   queue->topbucket = -span;
+  if (empty) return;
   iset__(2 * span + 1, -1, queue->buckets - span);
 }
 
