@@ -66,14 +66,6 @@ bool WorthMoving(const KwayDegree &d, int iwgt, int w, int from, const int *kpwg
   return kpwgts[from] - kpwgts[d.pid] > w;
 }
 
-// Truncates a single-precision bound toward zero; a factor of 0 or below gives bounds that no
-// int holds, which are clamped instead of converted out of range.
-int TruncateBound(float x) {
-  if (!(x > -2147483648.0f)) return x != x ? 0 : INT_MIN;
-  if (x >= 2147483648.0f) return INT_MAX;
-  return static_cast<int>(x);
-}
-
 template <int obj>
 void RefineKwayRandom(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   const int nvtxs = graph->nvtxs, nparts = ctrl->Nparts;
@@ -92,9 +84,8 @@ void RefineKwayRandom(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   const int tpwgt = iasum__(nparts, kpwgts);
   // The bounded-imbalance mode caps parts at one absolute weight on every level: the bound is on
   // the final parts, and a coarse level holds the same weight (less any islands set aside).
-  const int maxpwgt = ctrl->Imbalance > 0 ? ctrl->MaxPartWgt
-                                          : TruncateBound(ctrl->run->now.UBfactor * tpwgt / nparts);
-  const int minpwgt = TruncateBound(tpwgt / (nparts * ctrl->run->now.UBfactor));
+  const KwayBounds bounds = KwayPartBounds__(ctrl, tpwgt);
+  const int maxpwgt = bounds.maxpwgt, minpwgt = bounds.minpwgt;
 
   for (int pass = 0; pass < npasses; pass++) {
     RandomPermute__(&ctrl->run->rng, perm, nvtxs, 0);
@@ -160,6 +151,25 @@ void RefineCutKway_Random__(const PartCtrl *ctrl, HGraph *graph, int npasses) {
 
 void RefineSOEDKway_Random__(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   RefineKwayRandom<OBJ_SOED>(ctrl, graph, npasses);
+}
+
+namespace {
+
+// Truncates a single-precision bound toward zero; a factor of 0 or below gives bounds that no
+// int holds, which are clamped instead of converted out of range.
+int TruncateBound(float x) {
+  if (!(x > -2147483648.0f)) return x != x ? 0 : INT_MIN;
+  if (x >= 2147483648.0f) return INT_MAX;
+  return static_cast<int>(x);
+}
+
+}  // namespace
+
+KwayBounds KwayPartBounds__(const PartCtrl *ctrl, int tpwgt) {
+  const int nparts = ctrl->Nparts;
+  const int maxpwgt = ctrl->Imbalance > 0 ? ctrl->MaxPartWgt
+                                          : TruncateBound(ctrl->run->now.UBfactor * tpwgt / nparts);
+  return KwayBounds{maxpwgt, TruncateBound(tpwgt / (nparts * ctrl->run->now.UBfactor))};
 }
 
 }  // namespace hypra

@@ -17,6 +17,14 @@ void ReleaseKwayWork__(HGraph *graph);
 int ComputeKwayGainsSet__(HGraph *graph, int n, const int *list);
 int KwayUpdateGainInfo__(HGraph *graph, int v, int from, int to, int *marker, int *list);
 
+// The part weights the k-way refiners keep to, for parts that weigh tpwgt in all: at most the
+// bound in the bounded-imbalance mode (on every level), else the tolerance times the average;
+// at least the average over the tolerance.
+struct KwayBounds {
+  int maxpwgt, minpwgt;
+};
+KwayBounds KwayPartBounds__(const PartCtrl *ctrl, int tpwgt);
+
 void RefineCutKway_Random__(const PartCtrl *ctrl, HGraph *graph, int npasses);
 // The greedy refiner of the objective RType names (none for RType 10); false, and nothing done,
 // for a code without one. The name of a code a caller may choose ("??" for any other).

@@ -480,13 +480,6 @@ int StallLimit(int nvtxs) {
   return limit < 200 ? 200 : (limit > 1600 ? 1600 : limit);
 }
 
-// As the greedy refiners truncate their bounds: toward zero, clamped to the ints.
-int TruncateBound(float x) {
-  if (!(x > -2147483648.0f)) return x != x ? 0 : INT_MIN;
-  if (x >= 2147483648.0f) return INT_MAX;
-  return static_cast<int>(x);
-}
-
 constexpr int kLevelPasses = 10;
 
 }  // namespace
@@ -554,15 +547,13 @@ namespace hypra {
 
 void RefineLevelKwayFM__(const PartCtrl *ctrl, HGraph *graph) {
   if (graph->nvtxs < 1 || (ctrl->run->now.RType != 1 && ctrl->run->now.RType != 2)) return;
-  const int nparts = ctrl->Nparts;
   long long total = 0;
   for (int v = 0; v < graph->nvtxs; v++) total += graph->cellwgt[v];
   const int tpwgt = static_cast<int>(total);
   // The same bounds as the greedy passes before it: in the bounded mode the absolute bound on
   // every level, else the tolerance times the average part weight.
-  const int maxpwgt = ctrl->Imbalance > 0 ? ctrl->MaxPartWgt
-                                          : TruncateBound(ctrl->run->now.UBfactor * tpwgt / nparts);
-  const int minpwgt = TruncateBound(tpwgt / (nparts * ctrl->run->now.UBfactor));
+  const KwayBounds bounds = KwayPartBounds__(ctrl, tpwgt);
+  const int maxpwgt = bounds.maxpwgt, minpwgt = bounds.minpwgt;
   const KwayFmResult r =
       RefineKwayFM__(ctrl, graph, ctrl->run->now.RType == 1 ? KWAYFM_CUT : KWAYFM_SOED, maxpwgt,
                      minpwgt, kLevelPasses);
