@@ -61,7 +61,8 @@ struct CellKwayInfo {
   int nnbrs;
   int iwgt;
   int solewgt;
-  KwayDegree *nbrs;  // inside HGraph::crdata
+  int cap;           // entries nbrs has room for
+  KwayDegree *nbrs;  // inside HGraph::crdata (null while cap is 0)
 };
 
 // One hypergraph: the caller's, a pruned copy, a coarsening level or a sub-hypergraph.
@@ -106,8 +107,12 @@ struct HGraph {
   NetKwayInfo *nrinfo;
   CellKwayInfo *crinfo;
   NetKwayEntry *nrdata;
+  // The vertex records' entries, packed: a record takes what it holds and moves to the end of
+  // the used stretch when it needs more. The pool is kept for the next level.
   KwayDegree *crdata;
-  int crdatasize;  // entries crdata has room for: a pool large enough is kept for the next level
+  long long crdatasize;  // entries crdata has room for
+  long long crdataused;  // entries given to records so far
+  int crmost;            // the most entries a record can need: parts - 1
   int *kpwgts;
   int *kslot;  // part -> its entry in the vertex record being rebuilt, -1 for every other part
 };
@@ -295,6 +300,9 @@ void SetCurrentTrap__(FailureTrap *trap);
 [[noreturn]] void FailTrappedCallf__(FailureTrap *trap, int status, const char *format, ...)
     __attribute__((format(printf, 3, 4)));
 void TrackMemory__(FailureTrap *trap, void *ptr);
+// A tracked block that moved (RVrealloc__) is tracked under its new address.
+// (The old address is passed as a number: the block there is gone.)
+void RetrackMemory__(FailureTrap *trap, uintptr_t from, void *to);
 void ReleaseTrappedMemory__(FailureTrap *trap);
 // Frees an array of the checked allocators (null is harmless); RVfree__ calls it.
 void ReleaseMemory__(void *ptr);
@@ -312,6 +320,9 @@ void InstallOutOfMemoryHandler__();
 [[noreturn]] void errexit__(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 void *RVmalloc__(long long nbytes, const char *msg);
+// Grows (or shrinks) a block of RVmalloc__ to nbytes, keeping its contents; it may move. On
+// failure the block stays as it was and the call fails as RVmalloc__ does.
+void *RVrealloc__(void *ptr, long long nbytes, const char *msg);
 // For tests: the nth checked allocation from now on fails as if memory had run out (0 cancels).
 void InjectAllocationFailure__(long long nth);
 int *imalloc__(long long n, const char *msg);

@@ -3,6 +3,7 @@
 // every array the engine allocates meanwhile is tracked, so that the call can release what the
 // failed run left behind and the next call starts clean.
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -69,6 +70,23 @@ void TrackMemory__(FailureTrap *trap, void *ptr) {
     trap->blocks->live.insert(ptr);
   } catch (...) {
     std::free(ptr);
+    FailTrappedCallf__(trap, kFailedMemory, "Memory allocation failed: out of memory");
+  }
+}
+
+void RetrackMemory__(FailureTrap *trap, uintptr_t from, void *to) {
+  bool tracked = true;
+  {
+    std::lock_guard<std::mutex> guard(trap->blocks->lock);
+    trap->blocks->live.erase(reinterpret_cast<void *>(from));
+    try {
+      trap->blocks->live.insert(to);
+    } catch (...) {
+      tracked = false;
+    }
+  }
+  if (!tracked) {
+    std::free(to);
     FailTrappedCallf__(trap, kFailedMemory, "Memory allocation failed: out of memory");
   }
 }

@@ -34,7 +34,8 @@ void InitHGraph__(HGraph *graph) {
   graph->crinfo = nullptr;
   graph->nrdata = nullptr;
   graph->crdata = nullptr;
-  graph->crdatasize = 0;
+  graph->crdatasize = graph->crdataused = 0;
+  graph->crmost = 0;
   graph->kpwgts = nullptr;
   graph->kslot = nullptr;
 }
@@ -135,7 +136,8 @@ HGraph *CreateRunView__(const HGraph *graph) {
   view->crinfo = nullptr;
   view->nrdata = nullptr;
   view->crdata = nullptr;
-  view->crdatasize = 0;
+  view->crdatasize = view->crdataused = 0;
+  view->crmost = 0;
   view->kpwgts = view->kslot = nullptr;
   view->label = nullptr;
   return view;

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -101,6 +102,27 @@ void *RVmalloc__(long long nbytes, const char *msg) {
   }
   if (trap != nullptr) TrackMemory__(trap, ptr);
   return ptr;
+}
+
+void *RVrealloc__(void *ptr, long long nbytes, const char *msg) {
+  if (ptr == nullptr) return RVmalloc__(nbytes, msg);
+  // An injected failure leaves the block alone, as a failed realloc does.
+  const bool injected = injected_failure.load(std::memory_order_relaxed) > 0 &&
+                        injected_failure.fetch_sub(1, std::memory_order_relaxed) == 1;
+  const auto before = reinterpret_cast<uintptr_t>(ptr);
+  void *grown = nbytes > 0 && !injected ? std::realloc(ptr, static_cast<size_t>(nbytes)) : nullptr;
+  FailureTrap *trap = CurrentTrap__();
+  if (grown == nullptr) {
+    if (trap != nullptr)
+      FailTrappedCallf__(trap, nbytes > 0 ? kFailedMemory : kFailedArguments,
+                         "Memory allocation failed for %s. Requested size: %lld bytes", msg,
+                         nbytes);
+    errexit__("Memory allocation failed for %s. Requested size: %lld bytes\n", msg, nbytes);
+  }
+  // The old address only names the block in the trap's list; it is never dereferenced.
+  if (trap != nullptr && reinterpret_cast<uintptr_t>(grown) != before)
+    RetrackMemory__(trap, before, grown);
+  return grown;
 }
 
 int *imalloc__(long long n, const char *msg) {

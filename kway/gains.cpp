@@ -1,5 +1,7 @@
 // K-way refinement bookkeeping: per-hyperedge part lists and per-vertex move gains.
 #include <climits>
+#include <cstdint>
+#include <cstring>
 
 #include "kway/kway.h"
 
@@ -20,12 +22,53 @@ int PinSign(int c, int cq) {
   return c > cq ? -1 : (c == cq ? 0 : 1);
 }
 
+// Makes room in the entry pool for `need` entries. The pool grows in place where the system can
+// extend it (large blocks are remapped, not copied); when it moves, the records move with it.
+void ReservePool(HGraph *graph, long long need) {
+  if (graph->crdata != nullptr && need <= graph->crdatasize) return;
+  const long long had = graph->crdata != nullptr ? graph->crdatasize : 0;
+  long long size = had + had / 2 + 1024;
+  if (size < need) size = need;
+  const auto old = reinterpret_cast<uintptr_t>(graph->crdata);
+  auto *pool = static_cast<KwayDegree *>(
+      RVrealloc__(graph->crdata, size * static_cast<long long>(sizeof(KwayDegree)),
+                  "AllocateKwayRefinementMemory: crdata"));
+  graph->crdata = pool;
+  graph->crdatasize = size;
+  if (old == 0 || reinterpret_cast<uintptr_t>(pool) == old) return;
+  CellKwayInfo *crinfo = graph->crinfo;
+  for (int v = 0; v < graph->nvtxs; v++)
+    if (crinfo[v].nbrs != nullptr)
+      crinfo[v].nbrs =
+          pool + (reinterpret_cast<uintptr_t>(crinfo[v].nbrs) - old) / sizeof(KwayDegree);
+}
+
+// Gives a full record room for more entries: the last record of the used stretch grows in place,
+// any other moves to its end with its entries. Room doubles, up to one entry per other part.
+[[gnu::noinline]] void GrowRecord(HGraph *graph, CellKwayInfo &r) {
+  int cap = r.cap > 2 ? 2 * r.cap : 4;
+  if (cap > graph->crmost) cap = graph->crmost;
+  if (cap <= r.nnbrs)
+    errexit__("KwayGains: a vertex record needs more than %d entries, one per other part",
+              graph->crmost);
+  const bool last = r.nbrs != nullptr && r.nbrs + r.cap == graph->crdata + graph->crdataused;
+  const long long start = last ? graph->crdataused - r.cap : graph->crdataused;
+  ReservePool(graph, start + cap);
+  KwayDegree *dst = graph->crdata + start;
+  if (dst != r.nbrs && r.nnbrs > 0)
+    std::memcpy(dst, r.nbrs, static_cast<size_t>(r.nnbrs) * sizeof(KwayDegree));
+  r.nbrs = dst;
+  r.cap = cap;
+  graph->crdataused = start + cap;
+}
+
 // Adds one hyperedge's share to the entry for part q, opening it when q is first met; entries
 // stay in that order, and the slot table finds them without a search through the record.
-[[gnu::always_inline]] inline void AddToEntry(CellKwayInfo &r, int *slot, int q, int w, int sign,
-                                              int ewgt) {
+[[gnu::always_inline]] inline void AddToEntry(HGraph *graph, CellKwayInfo &r, int *slot, int q,
+                                              int w, int sign, int ewgt) {
   int k = slot[q];
   if (k < 0) {
+    if (r.nnbrs == r.cap) GrowRecord(graph, r);
     k = slot[q] = r.nnbrs++;
     r.nbrs[k] = KwayDegree{q, 0, 0, 0};
   }
@@ -57,7 +100,8 @@ void ComputeVertexGains(HGraph *graph, int v) {
       const NetKwayEntry &own = net.nbrs[net.nbrs[0].pid == p ? 0 : 1];
       const NetKwayEntry &other = net.nbrs[net.nbrs[0].pid == p ? 1 : 0];
       if (own.npins == 1) r.solewgt += w;
-      AddToEntry(r, slot, other.pid, w, PinSign(own.npins, other.npins), own.npins == 1 ? w : 0);
+      AddToEntry(graph, r, slot, other.pid, w, PinSign(own.npins, other.npins),
+                 own.npins == 1 ? w : 0);
       continue;
     }
     const int c = PinsInPart(net, p);
@@ -65,7 +109,7 @@ void ComputeVertexGains(HGraph *graph, int v) {
     const int ewgt = c == 1 && net.nnbrs == 2 ? w : 0;
     for (int j = 0; j < net.nnbrs; j++) {
       const int q = net.nbrs[j].pid;
-      if (q != p) AddToEntry(r, slot, q, w, PinSign(c, net.nbrs[j].npins), ewgt);
+      if (q != p) AddToEntry(graph, r, slot, q, w, PinSign(c, net.nbrs[j].npins), ewgt);
     }
   }
   const int base = r.solewgt - graph->adjwgt[v];
@@ -105,50 +149,17 @@ void MovePinBetweenParts(NetKwayInfo &net, int e, int from, int to, int *fromlef
   *toafter = ++net.nbrs[k].npins;
 }
 
-// Gathers in crinfo[v].nnbrs the most entries the record of vertex v can ever hold: one per part
-// other than its own, and no more than its hyperedges' part lists can name. A list never has more
-// entries than its hyperedge has pins, and a single-pin hyperedge names no other part.
-void GatherRecordRoom(HGraph *graph, int nparts) {
-  const int nvtxs = graph->nvtxs, most = nparts - 1;
-  CellKwayInfo *crinfo = graph->crinfo;
-  if (graph->incptr == nullptr) {
-    for (int v = 0; v < nvtxs; v++) crinfo[v].nnbrs = most;
-    return;
-  }
-  const int *incptr = graph->incptr, *incind = graph->incind, *netptr = graph->netptr;
-  for (int v = 0; v < nvtxs; v++) {
-    int room = 0;
-    for (int i = incptr[v]; i < incptr[v + 1] && room < most; i++) {
-      const int size = netptr[incind[i] + 1] - netptr[incind[i]];
-      if (size > 1) room = most - room > size ? room + size : most;
-    }
-    crinfo[v].nnbrs = room;
-  }
-}
-
-// Points every vertex record into one pool sized by what each can hold, rather than a full
-// Nparts entries each: at many parts most of that would be allocated and touched for nothing.
-// A pool handed over from another level is kept when it is large enough, so that its pages are
-// not returned to the system and faulted in again level after level. Every record starts empty.
+// Starts every record empty and without room: the records take room from the pool as their
+// entries appear (ComputeInitKwayGains__ packs them in vertex order), so the pool holds what the
+// records hold rather than what each might ever hold, which at many parts is most of the memory
+// of the whole run. A pool handed over from another level is kept, so that its pages are not
+// returned to the system and faulted in again level after level.
 void AllocateVertexRecords(HGraph *graph, int nparts) {
   const int nvtxs = graph->nvtxs;
   CellKwayInfo *crinfo = graph->crinfo;
-  GatherRecordRoom(graph, nparts);
-  long long total = 0;
-  for (int v = 0; v < nvtxs; v++) total += crinfo[v].nnbrs;
-  if (graph->crdata == nullptr || graph->crdatasize < total) {
-    RVfree__(&graph->crdata);
-    graph->crdata =
-        static_cast<KwayDegree *>(RVmalloc__(total * static_cast<long long>(sizeof(KwayDegree)),
-                                             "AllocateKwayRefinementMemory: crdata"));
-    graph->crdatasize = static_cast<int>(total);
-  }
-  long long next = 0;
-  for (int v = 0; v < nvtxs; v++) {
-    crinfo[v].nbrs = graph->crdata + next;
-    next += crinfo[v].nnbrs;
-    crinfo[v].nnbrs = 0;
-  }
+  graph->crmost = nparts - 1;
+  graph->crdataused = 0;
+  for (int v = 0; v < nvtxs; v++) crinfo[v] = CellKwayInfo{0, 0, 0, 0, nullptr};
 }
 
 }  // namespace
@@ -227,9 +238,22 @@ void ComputeInitKwayGains__(const PartCtrl *ctrl, HGraph *graph) {
     }
   }
 
+  // Every record is rebuilt at the end of the used stretch: it is lent all the room left there,
+  // then keeps exactly what it filled.
+  graph->crdataused = 0;
+  ReservePool(graph, static_cast<long long>(nvtxs) + 1024);
+  CellKwayInfo *crinfo = graph->crinfo;
   for (int v = 0; v < nvtxs; v++) {
     graph->kpwgts[where[v]] += graph->cellwgt[v];
+    CellKwayInfo &r = crinfo[v];
+    const long long left = graph->crdatasize - graph->crdataused;
+    r.cap = static_cast<int>(left < graph->crmost ? left : graph->crmost);
+    r.nbrs = graph->crdata + graph->crdataused;
+    graph->crdataused += r.cap;
     ComputeVertexGains(graph, v);
+    graph->crdataused -= r.cap - r.nnbrs;
+    r.cap = r.nnbrs;
+    if (r.cap == 0) r.nbrs = nullptr;
   }
 }
 
@@ -240,6 +264,7 @@ void HandOverKwayPool__(HGraph *from, HGraph *to) {
     RVfree__(&to->crdata);
     to->crdata = from->crdata;
     to->crdatasize = from->crdatasize;
+    to->crdataused = 0;
     from->crdata = nullptr;
   } else {
     RVfree__(&from->crdata);

@@ -73,8 +73,12 @@ void RefineKway__(const PartCtrl *ctrl, HGraph *orggraph, HGraph *graph) {
 }
 
 void ReleaseKwayWork__(HGraph *graph) {
+  // The entry pool goes too: a V-cycle coarsens next, and the pool of the finest level would
+  // sit beside the whole new hierarchy. Packed, it is cheap to build again.
   RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->nrinfo,
-           &graph->crinfo, &graph->nrdata, &graph->kpwgts, &graph->kslot, &graph->islandmap);
+           &graph->crinfo, &graph->nrdata, &graph->kpwgts, &graph->kslot, &graph->islandmap,
+           &graph->crdata);
+  graph->crdatasize = graph->crdataused = 0;
 }
 
 bool RefineForKwayObjective__(const PartCtrl *ctrl, HGraph *graph, int npasses) {

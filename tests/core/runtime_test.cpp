@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "common/test_run.h"
 #include "core/core.h"
 
@@ -35,6 +37,51 @@ TEST(Runtime, FreeSkipsNullAndNullsTheRest) {
 TEST(RuntimeDeathTest, FailedAllocationNamesItsPurpose) {
   EXPECT_EXIT(imalloc__(-4, "Test: thing"), ::testing::ExitedWithCode(0),
               "Memory allocation failed for Test: thing. Requested size: -16 bytes");
+}
+
+TEST(Runtime, ReallocKeepsTheContentsAsTheBlockGrows) {
+  int *x = static_cast<int *>(RVrealloc__(nullptr, 4 * sizeof(int), "test: x"));
+  for (int i = 0; i < 4; i++) x[i] = i;
+  // Large enough to leave the small-block heap, so the block moves at least once.
+  for (long long n : {1000LL, 300000LL, 3000000LL}) {
+    x = static_cast<int *>(RVrealloc__(x, n * static_cast<long long>(sizeof(int)), "test: x"));
+    for (int i = 0; i < 4; i++) ASSERT_EQ(x[i], i);
+    x[n - 1] = 7;  // the whole new size is there (sanitizers check)
+  }
+  RVfree__(&x);
+}
+
+TEST(Runtime, ReallocInsideATrappedCallIsReleasedByTheTrap) {
+  // A block that moved is tracked under its new address: releasing the call's memory frees it
+  // once (the leak checker and the address checker would see anything else).
+  FailureTrap trap;
+  SetCurrentTrap__(&trap);
+  void *p = RVmalloc__(16, "test: p");
+  p = RVrealloc__(p, 1 << 22, "test: p");
+  static_cast<char *>(p)[(1 << 22) - 1] = 1;
+  SetCurrentTrap__(nullptr);
+  ReleaseTrappedMemory__(&trap);
+}
+
+TEST(Runtime, FailedReallocLeavesTheBlockToTheTrap) {
+  FailureTrap trap;
+  SetCurrentTrap__(&trap);
+  int *p = imalloc__(8, "test: p");
+  p[7] = 42;
+  InjectAllocationFailure__(1);
+  bool failed = false;
+  try {
+    RVrealloc__(p, 1 << 20, "test: grown p");
+  } catch (const CallFailed &) {
+    failed = true;
+  }
+  InjectAllocationFailure__(0);
+  SetCurrentTrap__(nullptr);
+  EXPECT_TRUE(failed);
+  EXPECT_EQ(trap.status, kFailedMemory);
+  EXPECT_NE(std::string(trap.message).find("test: grown p"), std::string::npos);
+  EXPECT_EQ(p[7], 42);  // the block is untouched and still the trap's to release
+  ReleaseTrappedMemory__(&trap);
 }
 
 TEST(RuntimeDeathTest, ErrexitPrintsAndExitsWithZero) {

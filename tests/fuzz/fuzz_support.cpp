@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <unordered_set>
@@ -13,6 +14,7 @@
 extern "C" [[noreturn]] void __real_exit(int status);
 extern "C" void *__real_malloc(size_t size);
 extern "C" void __real_free(void *ptr);
+extern "C" void *__real_realloc(void *ptr, size_t size);
 extern "C" FILE *__real_fopen(const char *path, const char *mode);
 extern "C" int __real_fclose(FILE *fp);
 
@@ -29,8 +31,8 @@ int ExitStatus() {
 }
 
 namespace {
-// The library's arrays (malloc and free are wrapped too) allocated during the guarded call and
-// not yet released; after a jump back they are released here.
+// The library's arrays (malloc, realloc and free are wrapped too) allocated during the guarded call
+// and not yet released; after a jump back they are released here.
 std::unordered_set<void *> *live = nullptr;
 // Likewise the streams the library opened (fopen and fclose are wrapped): a stream holds memory
 // of the C library's own beside its descriptor, so it is closed as a stream, not by descriptor.
@@ -134,6 +136,19 @@ extern "C" void *__wrap_malloc(size_t size) {
 extern "C" void __wrap_free(void *ptr) {
   if (ptr != nullptr && fuzz::live != nullptr) fuzz::live->erase(ptr);
   __real_free(ptr);
+}
+
+extern "C" void *__wrap_realloc(void *ptr, size_t size) {
+  // The old address is only a key here once the block has moved.
+  const auto before = reinterpret_cast<uintptr_t>(ptr);
+  void *p = __real_realloc(ptr, size);
+  if (p != nullptr && reinterpret_cast<uintptr_t>(p) != before && fuzz::live != nullptr) {
+    // A block of the guarded call keeps being tracked; a new one (from null) starts to be.
+    if (fuzz::live->erase(reinterpret_cast<void *>(before)) > 0 ||
+        (fuzz::exit_armed && before == 0))
+      fuzz::live->insert(p);
+  }
+  return p;
 }
 
 extern "C" FILE *__wrap_fopen(const char *path, const char *mode) {

@@ -29,7 +29,7 @@ struct Fixture {
   }
 };
 
-TEST(KwayAllocate, PoolLayoutAndZeroPartWeights) {
+TEST(KwayAllocate, NetListsPointIntoThePinPoolAndVertexRecordsStartEmpty) {
   PartCtrl ctrl = MakeCtrl(3, 1.0f);
   HGraph *g = MakeGraph(4, {{0, 1, 2}, {2, 3}});
   AllocateKwayRefinementMemory__(&ctrl, g);
@@ -37,23 +37,74 @@ TEST(KwayAllocate, PoolLayoutAndZeroPartWeights) {
   for (int p = 0; p < 3; p++) EXPECT_EQ(g->kpwgts[p], 0);
   EXPECT_EQ(g->nrinfo[0].nbrs, g->nrdata + 0);
   EXPECT_EQ(g->nrinfo[1].nbrs, g->nrdata + 3);
-  // Each record has room for one entry per other part: two here, as every vertex meets both.
-  for (int v = 0; v < 4; v++) EXPECT_EQ(g->crinfo[v].nbrs, g->crdata + v * 2);
+  // No room is set aside before a record has entries.
+  for (int v = 0; v < 4; v++) {
+    EXPECT_EQ(g->crinfo[v].nnbrs, 0);
+    EXPECT_EQ(g->crinfo[v].cap, 0);
+    EXPECT_EQ(g->crinfo[v].nbrs, nullptr);
+  }
+  EXPECT_EQ(g->crdataused, 0);
+  EXPECT_EQ(g->crmost, 2);
   FreeHGraph__(g);
 }
 
-TEST(KwayAllocate, RecordRoomIsBoundedByHyperedgeSizes) {
-  // With many parts a record needs no more entries than its hyperedges have pins; single-pin
-  // hyperedges name no other part.
-  PartCtrl ctrl = MakeCtrl(8, 1.0f);
-  HGraph *g = MakeGraph(5, {{0, 1, 2}, {2, 3}, {4}, {3}});
-  AllocateKwayRefinementMemory__(&ctrl, g);
-  EXPECT_EQ(g->crinfo[0].nbrs, g->crdata + 0);
-  EXPECT_EQ(g->crinfo[1].nbrs, g->crdata + 3);
-  EXPECT_EQ(g->crinfo[2].nbrs, g->crdata + 6);
-  EXPECT_EQ(g->crinfo[3].nbrs, g->crdata + 11);
-  EXPECT_EQ(g->crinfo[4].nbrs, g->crdata + 13);
-  FreeHGraph__(g);
+TEST(KwayAllocate, RecordsArePackedInVertexOrderWithTheRoomTheyFill) {
+  // Parts 0, 1, 2, 2: vertices 0, 1 and 2 each see the two other parts through hyperedge 0;
+  // vertex 3 sits inside part 2 and needs no entry at all.
+  Fixture f(3, 4, {{0, 1, 2}, {2, 3}}, {0, 1, 2, 2});
+  const HGraph *g = f.g;
+  for (int v = 0; v < 3; v++) {
+    EXPECT_EQ(g->crinfo[v].nnbrs, 2);
+    EXPECT_EQ(g->crinfo[v].cap, 2);
+    EXPECT_EQ(g->crinfo[v].nbrs, g->crdata + 2 * v);
+  }
+  EXPECT_EQ(g->crinfo[3].cap, 0);
+  EXPECT_EQ(g->crinfo[3].nbrs, nullptr);
+  EXPECT_EQ(g->crdataused, 6);
+}
+
+TEST(KwayPool, RecordThatMeetsANewPartMovesToTheEndOfThePool) {
+  Fixture f(3, 4, {{0, 1, 2}, {2, 3}}, {0, 1, 2, 2});
+  // Vertex 3 joins part 0: hyperedge 1 is cut, and vertex 3 now sees part 2.
+  f.Move(3, 0);
+  const HGraph *g = f.g;
+  EXPECT_EQ(g->crinfo[3].nnbrs, 1);
+  EXPECT_EQ(g->crinfo[3].cap, 2);  // doubled from nothing, no more than the other parts
+  EXPECT_EQ(g->crinfo[3].nbrs, g->crdata + 6);
+  EXPECT_EQ(g->crdataused, 8);
+  ASSERT_NE(EntryFor(g, 3, 2), nullptr);
+  EXPECT_EQ(EntryFor(g, 3, 2)->ewgt, 1);
+  // The other records stay where they were, with what a recomputation gives them.
+  for (int v = 0; v < 3; v++) EXPECT_EQ(g->crinfo[v].nbrs, g->crdata + 2 * v);
+  Fixture fresh(3, 4, {{0, 1, 2}, {2, 3}}, {0, 1, 2, 0});
+  for (int v = 0; v < 4; v++)
+    for (int q = 0; q < 3; q++) {
+      const KwayDegree *a = EntryFor(g, v, q), *b = EntryFor(fresh.g, v, q);
+      ASSERT_EQ(a == nullptr, b == nullptr) << v << " " << q;
+      if (a == nullptr) continue;
+      EXPECT_EQ(a->ewgt, b->ewgt);
+      EXPECT_EQ(a->conngain, b->conngain);
+      EXPECT_EQ(a->pinbias, b->pinbias);
+    }
+}
+
+TEST(KwayPool, PoolThatGrowsCarriesEveryRecordAlong) {
+  // 3,000 vertices in triples spread over three parts: 6,000 entries, more than the first pool
+  // holds, so the pool is moved while the records are built.
+  std::vector<std::vector<int>> nets;
+  std::vector<int> where;
+  for (int t = 0; t < 1000; t++) nets.push_back({3 * t, 3 * t + 1, 3 * t + 2});
+  for (int v = 0; v < 3000; v++) where.push_back(v % 3);
+  Fixture f(3, 3000, nets, where);
+  const HGraph *g = f.g;
+  EXPECT_EQ(g->crdataused, 6000);
+  EXPECT_GE(g->crdatasize, 6000);
+  for (int v = 0; v < 3000; v++) {
+    ASSERT_EQ(g->crinfo[v].nbrs, g->crdata + 2 * v) << v;
+    ASSERT_EQ(g->crinfo[v].nnbrs, 2);
+    ASSERT_NE(EntryFor(g, v, (v + 1) % 3), nullptr);
+    ASSERT_NE(EntryFor(g, v, (v + 2) % 3), nullptr);
+  }
 }
 
 TEST(KwayAllocate, WhereHasRoomForIslands) {
@@ -70,36 +121,46 @@ TEST(KwayPool, HandedOverPoolIsReusedWhileLargeEnough) {
   PartCtrl ctrl = MakeCtrl(4, 1.0f);
   HGraph *big = MakeGraph(4, {{0, 1, 2, 3}});
   HGraph *small = MakeGraph(2, {{0, 1}});
-  AllocateKwayRefinementMemory__(&ctrl, big);
+  SetPartition(&ctrl, big, {0, 1, 2, 3});
+  ComputeInitKwayGains__(&ctrl, big);
   KwayDegree *pool = big->crdata;
-  EXPECT_EQ(big->crdatasize, 12);
+  ASSERT_NE(pool, nullptr);
+  const long long size = big->crdatasize;
   HandOverKwayPool__(big, small);
   EXPECT_EQ(big->crdata, nullptr);
   EXPECT_EQ(big->crinfo, nullptr);  // its records went with the pool
   EXPECT_EQ(small->crdata, pool);
   AllocateKwayRefinementMemory__(&ctrl, small);
   EXPECT_EQ(small->crdata, pool);
-  EXPECT_EQ(small->crdatasize, 12);
-  EXPECT_EQ(small->crinfo[1].nbrs, pool + 2);
+  EXPECT_EQ(small->crdatasize, size);
   for (int v = 0; v < 2; v++) small->where[v] = v;
   ComputeInitKwayGains__(&ctrl, small);
   EXPECT_EQ(small->mincut, 1);
+  EXPECT_EQ(small->crinfo[0].nbrs, pool);  // packed from the start of the pool again
+  EXPECT_EQ(small->crinfo[1].nbrs, pool + 1);
   ASSERT_NE(EntryFor(small, 0, 1), nullptr);
   EXPECT_EQ(EntryFor(small, 0, 1)->ewgt, 1);
   FreeHGraph__(big);
   FreeHGraph__(small);
 }
 
-TEST(KwayPool, TooSmallPoolIsReplaced) {
+TEST(KwayPool, LargerPoolOfTheReceiverIsKept) {
   PartCtrl ctrl = MakeCtrl(4, 1.0f);
+  std::vector<std::vector<int>> nets;
+  for (int t = 0; t < 1000; t++) nets.push_back({3 * t, 3 * t + 1, 3 * t + 2});
   HGraph *small = MakeGraph(2, {{0, 1}});
-  HGraph *big = MakeGraph(4, {{0, 1, 2, 3}});
-  AllocateKwayRefinementMemory__(&ctrl, small);
+  HGraph *big = MakeGraph(3000, nets);
+  SetPartition(&ctrl, small, {0, 1});
+  ComputeInitKwayGains__(&ctrl, small);
+  std::vector<int> where;
+  for (int v = 0; v < 3000; v++) where.push_back(v % 3);
+  SetPartition(&ctrl, big, where);
+  ComputeInitKwayGains__(&ctrl, big);
+  KwayDegree *own = big->crdata;
+  RVfree__(&big->crinfo);  // a level whose records are done with, as after projection
   HandOverKwayPool__(small, big);
-  EXPECT_EQ(big->crdatasize, 4);
-  AllocateKwayRefinementMemory__(&ctrl, big);
-  EXPECT_EQ(big->crdatasize, 12);
-  for (int v = 0; v < 4; v++) EXPECT_EQ(big->crinfo[v].nbrs, big->crdata + 3 * v);
+  EXPECT_EQ(big->crdata, own);
+  EXPECT_EQ(small->crdata, nullptr);
   FreeHGraph__(small);
   FreeHGraph__(big);
 }
@@ -108,12 +169,14 @@ TEST(KwayPool, ReceiverWithRecordsKeepsItsOwnPool) {
   PartCtrl ctrl = MakeCtrl(4, 1.0f);
   HGraph *a = MakeGraph(4, {{0, 1, 2, 3}});
   HGraph *b = MakeGraph(2, {{0, 1}});
-  AllocateKwayRefinementMemory__(&ctrl, a);
-  AllocateKwayRefinementMemory__(&ctrl, b);
+  SetPartition(&ctrl, a, {0, 1, 2, 3});
+  ComputeInitKwayGains__(&ctrl, a);
+  SetPartition(&ctrl, b, {0, 1});
+  ComputeInitKwayGains__(&ctrl, b);
   KwayDegree *own = b->crdata;
   HandOverKwayPool__(a, b);
   EXPECT_EQ(b->crdata, own);
-  EXPECT_EQ(b->crinfo[1].nbrs, own + 2);
+  EXPECT_EQ(b->crinfo[1].nbrs, own + 1);
   EXPECT_EQ(a->crdata, nullptr);
   HandOverKwayPool__(b, b);  // handing a pool to itself changes nothing
   EXPECT_EQ(b->crdata, own);
