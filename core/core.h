@@ -174,6 +174,9 @@ struct RunState {
   OutputBuffer *out;       // null: straight to standard output
   RunValues now;
   RunTimers time;
+  // Set by another thread when the work is no longer wanted (a speculative V-cycle whose input
+  // turned out not to be the best): V-cycles stop at the next cycle. Null: never.
+  const std::atomic<bool> *stop;
 };
 
 // The worker pool of the parallel mode (parallel/parallel.h).

@@ -84,6 +84,7 @@ void InitRunState__(RunState *run, int64_t seed) {
   run->out = nullptr;
   run->now = RunValues{};
   InitTimers__(&run->time);
+  run->stop = nullptr;
 }
 
 void InitTaskRunState__(RunState *run, const RunState *parent) {

@@ -101,6 +101,10 @@ void FreeScheduler__(Scheduler *sched) {
   delete sched;
 }
 
+int SchedulerThreads__(const Scheduler *sched) {
+  return sched == nullptr ? 1 : static_cast<int>(sched->workers.size()) + 1;
+}
+
 void RunTasks__(Scheduler *sched, int n, void (*task)(void *context, int i), void *context) {
   if (n <= 0) return;
   if (sched == nullptr || sched->workers.empty()) {

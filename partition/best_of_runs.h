@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdio>
+#include <mutex>
 
 #include "coarsen/coarsen.h"
 #include "core/core.h"
@@ -145,7 +146,40 @@ struct ParallelRun {
   int *where;        // the partition of the full hypergraph
   int prunedobj;     // the objective it reached on the pruned hypergraph
   int mincut, soed, kwayobj;
+  int obj;  // its objective on the full hypergraph
 };
+
+// One final V-cycle of a kept partition, on a copy of the hypergraph and a stream of its own.
+struct FinalVCycle {
+  RunState run;
+  OutputBuffer out;
+  int *where;
+  int obj;
+};
+
+// The final V-cycle of kept slot `slot` (partition `where`, objective `obj`, which it takes
+// over): the same work and stream wherever and whenever it runs.
+template <typename Method>
+void RunFinalVCycle__(const PartCtrl *ctrl, HGraph *graph, int slot, int *where, int obj,
+                      const Method &method, FinalVCycle *result,
+                      const std::atomic<bool> *stop = nullptr) {
+  InitTaskRunState__(&result->run, ctrl->run);
+  result->run.stop = stop;
+  SeedStream__(&result->run.rng, ctrl->Seed, ctrl->run->now.Place,
+               static_cast<int64_t>(ctrl->Nruns) + slot);
+  result->out = OutputBuffer{nullptr, 0, 0};
+  result->run.out = &result->out;
+  PartCtrl c = *ctrl;
+  c.run = &result->run;
+  HGraph *g = CopyRunGraph__(graph);
+  g->where = where;
+  method.SetObjective(g, obj);
+  method.VCycles(&c, g);
+  result->obj = method.Objective(g);
+  result->where = g->where;
+  g->where = nullptr;
+  FreeHGraph__(g);
+}
 
 // The parallel mode: every run coarsens, partitions and refines a copy of the pruned hypergraph
 // on its own stream, side by side with the others; then, in run order, each run's lines appear,
@@ -167,7 +201,21 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
   const int oldCType = ctrl->run->now.CType;
   auto *runs = static_cast<ParallelRun *>(
       RVmalloc__(static_cast<long long>(sizeof(ParallelRun)) * nruns, "ParallelRuns: runs"));
-  ForEachTask__(ctrl->Sched, nruns, [&](int r) {
+  // With one kept partition its final V-cycle may start while the last runs still go on, on the
+  // best run finished by then (the lowest objective, the earliest run on a tie, as the slots
+  // choose); a run that finishes better stops it, and it starts again on that one. It is kept
+  // only if its run is the best of all; otherwise the V-cycle is done again on the best. Either
+  // way the result is the one a V-cycle after all runs gives.
+  const bool speculate = ctrl->Vcycle == 1 && keep.count == 1;
+  std::mutex finished_lock;
+  std::atomic<bool> stale{false};
+  int *finished = ismalloc__(nruns, 0, "ParallelRuns: finished");
+  int specrun = -1;
+  FinalVCycle spec{};
+  auto better = [&](int a, int b) {
+    return runs[a].obj < runs[b].obj || (runs[a].obj == runs[b].obj && a < b);
+  };
+  auto run_task = [&](int r) {
     ParallelRun &pr = runs[r];
     InitTaskRunState__(&pr.run, ctrl->run);
     SeedStream__(&pr.run.rng, ctrl->Seed, ctrl->run->now.Place, r);
@@ -189,11 +237,38 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
     pr.mincut = g->mincut;
     pr.soed = g->soed;
     pr.kwayobj = g->kwayobj;
+    pr.obj = method.Objective(g);
     FreeRunView__(g);
     FreeHGraph__(pg);
     ReportRunDone__(ctrl);
-  });
+    std::lock_guard<std::mutex> guard(finished_lock);
+    finished[r] = 1;
+    if (specrun >= 0 && better(r, specrun)) stale.store(true, std::memory_order_relaxed);
+  };
+  auto speculative_vcycle = [&]() {
+    if (!speculate) return;
+    for (;;) {
+      int chosen = -1;
+      {
+        std::lock_guard<std::mutex> guard(finished_lock);
+        for (int r = 0; r < nruns; r++)
+          if (finished[r] && (chosen < 0 || better(r, chosen))) chosen = r;
+        specrun = chosen;
+        stale.store(false, std::memory_order_relaxed);
+      }
+      if (chosen < 0) return;
+      int *where = icopy__(nvtxs, runs[chosen].where, imalloc__(nvtxs, "ParallelRuns: spec"));
+      RunFinalVCycle__(ctrl, graph, 0, where, runs[chosen].obj, method, &spec, &stale);
+      if (!stale.load(std::memory_order_relaxed)) return;
+      RVfree__(&spec.where);
+      FreeOutput__(&spec.out);
+      FreeRunState__(&spec.run);
+    }
+  };
+  ForEachTaskWithFollowUp__(ctrl->Sched, nruns, 1, run_task, speculative_vcycle);
+  RVfree__(&finished);
 
+  int keptrun = -1;
   for (int r = 0; r < nruns; r++) {
     ParallelRun &pr = runs[r];
     EmitOutput__(ctrl, &pr.out);
@@ -225,7 +300,10 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
       icopy__(nvtxs, graph->where, part);
       best = obj;
     }
-    if (ctrl->Vcycle == 1) OfferToSlots__(&keep, graph->where, nvtxs, obj);
+    if (ctrl->Vcycle == 1) {
+      if (keep.count == 1 && obj < keep.objs[0]) keptrun = r;
+      OfferToSlots__(&keep, graph->where, nvtxs, obj);
+    }
     method.FreeRun(graph, pgraph);
     FreeOutput__(&pr.out);
     FreeRunState__(&pr.run);
@@ -234,34 +312,25 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
 
   if (ctrl->Vcycle == 1) {
     // The kept partitions' V-cycles side by side too, each on a copy of the hypergraph and a
-    // stream of its own; the best is chosen in slot order.
-    struct FinalSlot {
-      RunState run;
-      OutputBuffer out;
-      int *where;
-      int obj;
-    } slots[3];
-    ForEachTask__(ctrl->Sched, keep.count, [&](int i) {
-      FinalSlot &slot = slots[i];
-      InitTaskRunState__(&slot.run, ctrl->run);
-      SeedStream__(&slot.run.rng, ctrl->Seed, ctrl->run->now.Place,
-                   static_cast<int64_t>(nruns) + i);
-      slot.out = OutputBuffer{nullptr, 0, 0};
-      slot.run.out = &slot.out;
-      PartCtrl c = *ctrl;
-      c.run = &slot.run;
-      HGraph *g = CopyRunGraph__(graph);
-      g->where = keep.parts[i];
+    // stream of its own; the best is chosen in slot order. A speculative V-cycle of the kept
+    // run is that slot's V-cycle already.
+    FinalVCycle slots[3];
+    const bool hit = specrun >= 0 && specrun == keptrun;
+    if (hit) {
+      slots[0] = spec;
+      RVfree__(&keep.parts[0]);
+    } else if (specrun >= 0) {
+      RVfree__(&spec.where);
+      FreeOutput__(&spec.out);
+      FreeRunState__(&spec.run);
+    }
+    ForEachTask__(ctrl->Sched, hit ? 0 : keep.count, [&](int i) {
+      int *where = keep.parts[i];
       keep.parts[i] = nullptr;
-      method.SetObjective(g, keep.objs[i]);
-      method.VCycles(&c, g);
-      slot.obj = method.Objective(g);
-      slot.where = g->where;
-      g->where = nullptr;
-      FreeHGraph__(g);
+      RunFinalVCycle__(ctrl, graph, i, where, keep.objs[i], method, &slots[i]);
     });
     for (int i = 0; i < keep.count; i++) {
-      FinalSlot &slot = slots[i];
+      FinalVCycle &slot = slots[i];
       EmitOutput__(ctrl, &slot.out);
       if (slot.obj < best) {
         icopy__(nvtxs, slot.where, part);
@@ -289,6 +358,7 @@ int VCycleLoop__(const PartCtrl *ctrl, HGraph *graph, int maxcycles, const Metho
   int best = method.Objective(graph), lastgain = -1;
   if (ctrl->run->now.dbglvl & DBG_TRACE) method.OpenVCycleTrace(ctrl, graph);
   for (int i = 0; i < maxcycles; i++) {
+    if (ctrl->run->stop != nullptr && ctrl->run->stop->load(std::memory_order_relaxed)) break;
     ctrl->run->now.CType = i % 2;
     HGraph *coarsest = CCoarsen__(ctrl, graph);
     method.RefineCoarsened(ctrl, graph, coarsest);

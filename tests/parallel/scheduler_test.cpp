@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <thread>
 #include <vector>
 
 #include "parallel/parallel.h"
@@ -40,6 +42,42 @@ TEST(Scheduler, WithoutASchedulerTasksRunInOrderOnTheCaller) {
   ForEachTask__(one, 5, [&](int i) { order.push_back(i); });
   EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4}));
   FreeScheduler__(one);
+}
+
+TEST(Scheduler, FollowUpComesAfterEveryTaskOnOneThread) {
+  for (int threads : {0, 1}) {
+    Scheduler *sched = threads == 0 ? nullptr : CreateScheduler__(threads);
+    std::vector<int> order;
+    ForEachTaskWithFollowUp__(
+        sched, 5, 1, [&](int i) { order.push_back(i); }, [&] { order.push_back(-1); });
+    EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4, -1})) << threads;
+    FreeScheduler__(sched);
+  }
+}
+
+TEST(Scheduler, FollowUpOverlapsTheLastTaskAndRunsOnce) {
+  // The last task waits (a bounded while) for the follow-up to start: it can only see it when
+  // the follow-up starts while the last task is still unfinished.
+  for (int threads : {2, 3, 8}) {
+    Scheduler *sched = CreateScheduler__(threads);
+    std::vector<std::atomic<int>> runs(6);
+    std::atomic<int> followups{0};
+    std::atomic<bool> overlapped{false};
+    ForEachTaskWithFollowUp__(
+        sched, 6, 1,
+        [&](int i) {
+          runs[i]++;
+          if (i != 5) return;
+          for (int wait = 0; wait < 10000 && followups.load() == 0; wait++)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+          overlapped = followups.load() > 0;
+        },
+        [&] { followups++; });
+    for (int i = 0; i < 6; i++) EXPECT_EQ(runs[i].load(), 1) << threads << " " << i;
+    EXPECT_EQ(followups.load(), 1) << threads;
+    EXPECT_TRUE(overlapped.load()) << threads;
+    FreeScheduler__(sched);
+  }
 }
 
 }  // namespace
