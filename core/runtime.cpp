@@ -84,22 +84,30 @@ void InjectAllocationFailure__(long long nth) {
   injected_failure.store(nth, std::memory_order_relaxed);
 }
 
+namespace {
+
+// Whether this allocation is the one a test asked to fail (InjectAllocationFailure__).
+bool TakeInjectedFailure() {
+  return injected_failure.load(std::memory_order_relaxed) > 0 &&
+         injected_failure.fetch_sub(1, std::memory_order_relaxed) == 1;
+}
+
+// Ends a failed allocation: the trapped call fails, or the program ends with the message.
+[[noreturn]] void FailAllocation(FailureTrap *trap, long long nbytes, const char *msg) {
+  if (trap != nullptr)
+    FailTrappedCallf__(trap, nbytes > 0 ? kFailedMemory : kFailedArguments,
+                       "Memory allocation failed for %s. Requested size: %lld bytes", msg, nbytes);
+  errexit__("Memory allocation failed for %s. Requested size: %lld bytes\n", msg, nbytes);
+}
+
+}  // namespace
+
 void *RVmalloc__(long long nbytes, const char *msg) {
   if (nbytes == 0) return nullptr;
-  void *ptr = nbytes > 0 ? std::malloc(static_cast<size_t>(nbytes)) : nullptr;
-  if (injected_failure.load(std::memory_order_relaxed) > 0 &&
-      injected_failure.fetch_sub(1, std::memory_order_relaxed) == 1) {
-    std::free(ptr);
-    ptr = nullptr;
-  }
+  const bool injected = TakeInjectedFailure();
+  void *ptr = nbytes > 0 && !injected ? std::malloc(static_cast<size_t>(nbytes)) : nullptr;
   FailureTrap *trap = CurrentTrap__();
-  if (ptr == nullptr) {
-    if (trap != nullptr)
-      FailTrappedCallf__(trap, nbytes > 0 ? kFailedMemory : kFailedArguments,
-                         "Memory allocation failed for %s. Requested size: %lld bytes", msg,
-                         nbytes);
-    errexit__("Memory allocation failed for %s. Requested size: %lld bytes\n", msg, nbytes);
-  }
+  if (ptr == nullptr) FailAllocation(trap, nbytes, msg);
   if (trap != nullptr) TrackMemory__(trap, ptr);
   return ptr;
 }
@@ -107,18 +115,11 @@ void *RVmalloc__(long long nbytes, const char *msg) {
 void *RVrealloc__(void *ptr, long long nbytes, const char *msg) {
   if (ptr == nullptr) return RVmalloc__(nbytes, msg);
   // An injected failure leaves the block alone, as a failed realloc does.
-  const bool injected = injected_failure.load(std::memory_order_relaxed) > 0 &&
-                        injected_failure.fetch_sub(1, std::memory_order_relaxed) == 1;
+  const bool injected = TakeInjectedFailure();
   const auto before = reinterpret_cast<uintptr_t>(ptr);
   void *grown = nbytes > 0 && !injected ? std::realloc(ptr, static_cast<size_t>(nbytes)) : nullptr;
   FailureTrap *trap = CurrentTrap__();
-  if (grown == nullptr) {
-    if (trap != nullptr)
-      FailTrappedCallf__(trap, nbytes > 0 ? kFailedMemory : kFailedArguments,
-                         "Memory allocation failed for %s. Requested size: %lld bytes", msg,
-                         nbytes);
-    errexit__("Memory allocation failed for %s. Requested size: %lld bytes\n", msg, nbytes);
-  }
+  if (grown == nullptr) FailAllocation(trap, nbytes, msg);
   // The old address only names the block in the trap's list; it is never dereferenced.
   if (trap != nullptr && reinterpret_cast<uintptr_t>(grown) != before)
     RetrackMemory__(trap, before, grown);

@@ -21,14 +21,19 @@ using testhg::Hypergraph;
 
 // A deterministic circuit-like hypergraph: mostly small hyperedges between nearby vertices, a
 // few long ones, and weights from 1 to 3 when asked.
+// A small generator of our own, the same on every platform.
+struct Draws {
+  unsigned x;
+  unsigned operator()() {
+    x = x * 1103515245u + 12345u;
+    return (x >> 8) & 0xffffff;
+  }
+};
+
 Hypergraph Circuit(int nvtxs, unsigned seed, bool weighted) {
   Hypergraph h;
   h.nvtxs = nvtxs;
-  unsigned x = seed;
-  auto next = [&x]() {
-    x = x * 1103515245u + 12345u;
-    return (x >> 8) & 0xffffff;
-  };
+  Draws next{seed};
   for (int v = 0; v + 1 < nvtxs; v++) {
     std::vector<int> pins{v};
     const int size = 1 + static_cast<int>(next() % 4);
@@ -54,11 +59,7 @@ Hypergraph Circuit(int nvtxs, unsigned seed, bool weighted) {
 Hypergraph Scattered(int nvtxs, int nhedges, unsigned seed) {
   Hypergraph h;
   h.nvtxs = nvtxs;
-  unsigned x = seed;
-  auto next = [&x]() {
-    x = x * 1103515245u + 12345u;
-    return (x >> 8) & 0xffffff;
-  };
+  Draws next{seed};
   for (int e = 0; e < nhedges; e++) {
     std::vector<int> pins;
     const int size = 2 + static_cast<int>(next() % 5);
