@@ -168,8 +168,9 @@ TEST(ParallelMode, FinalVCycleStartedBeforeTheLastRunsGivesTheSameBytes) {
     p.runs = 10;
     p.vcycle = 1;
     p.seed = seed;
-    p.dbglvl = 16;
+    p.dbglvl = 16 | 128;  // run lines, and the V-cycle's own trace
     ExpectSameForEveryThreadCount(h, p);
+    p.dbglvl = 16;  // the run lines alone name each run's cut once
     const int best = BestTrial(Partition(h, p).out);
     ASSERT_GE(best, 0);
     (best >= 8 ? late : early) = true;
