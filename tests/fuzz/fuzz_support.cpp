@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <unordered_set>
 #include <vector>
 
@@ -127,14 +128,28 @@ void Fail(const char *format, ...) {
 
 }  // namespace fuzz
 
+// The library's threads allocate too (the parallel mode), so the lists are changed under a lock.
+// Outside a guarded call they are empty and left alone.
+namespace fuzz {
+namespace {
+std::mutex tracking;
+}  // namespace
+}  // namespace fuzz
+
 extern "C" void *__wrap_malloc(size_t size) {
   void *p = __real_malloc(size);
-  if (fuzz::exit_armed && p != nullptr && fuzz::live != nullptr) fuzz::live->insert(p);
+  if (fuzz::exit_armed && p != nullptr && fuzz::live != nullptr) {
+    std::lock_guard<std::mutex> guard(fuzz::tracking);
+    fuzz::live->insert(p);
+  }
   return p;
 }
 
 extern "C" void __wrap_free(void *ptr) {
-  if (ptr != nullptr && fuzz::live != nullptr) fuzz::live->erase(ptr);
+  if (fuzz::exit_armed && ptr != nullptr && fuzz::live != nullptr) {
+    std::lock_guard<std::mutex> guard(fuzz::tracking);
+    fuzz::live->erase(ptr);
+  }
   __real_free(ptr);
 }
 
@@ -142,10 +157,11 @@ extern "C" void *__wrap_realloc(void *ptr, size_t size) {
   // The old address is only a key here once the block has moved.
   const auto before = reinterpret_cast<uintptr_t>(ptr);
   void *p = __real_realloc(ptr, size);
-  if (p != nullptr && reinterpret_cast<uintptr_t>(p) != before && fuzz::live != nullptr) {
+  if (fuzz::exit_armed && p != nullptr && reinterpret_cast<uintptr_t>(p) != before &&
+      fuzz::live != nullptr) {
     // A block of the guarded call keeps being tracked; a new one (from null) starts to be.
-    if (fuzz::live->erase(reinterpret_cast<void *>(before)) > 0 ||
-        (fuzz::exit_armed && before == 0))
+    std::lock_guard<std::mutex> guard(fuzz::tracking);
+    if (fuzz::live->erase(reinterpret_cast<void *>(before)) > 0 || before == 0)
       fuzz::live->insert(p);
   }
   return p;
@@ -153,12 +169,18 @@ extern "C" void *__wrap_realloc(void *ptr, size_t size) {
 
 extern "C" FILE *__wrap_fopen(const char *path, const char *mode) {
   FILE *fp = __real_fopen(path, mode);
-  if (fuzz::exit_armed && fp != nullptr && fuzz::streams != nullptr) fuzz::streams->insert(fp);
+  if (fuzz::exit_armed && fp != nullptr && fuzz::streams != nullptr) {
+    std::lock_guard<std::mutex> guard(fuzz::tracking);
+    fuzz::streams->insert(fp);
+  }
   return fp;
 }
 
 extern "C" int __wrap_fclose(FILE *fp) {
-  if (fp != nullptr && fuzz::streams != nullptr) fuzz::streams->erase(fp);
+  if (fuzz::exit_armed && fp != nullptr && fuzz::streams != nullptr) {
+    std::lock_guard<std::mutex> guard(fuzz::tracking);
+    fuzz::streams->erase(fp);
+  }
   return __real_fclose(fp);
 }
 

@@ -5,6 +5,10 @@
 // that finishes must give a valid partition: parts in range, fixed vertices in place, and the
 // returned objective equal to the one recomputed from the partition where it is exact (no
 // single-pin hyperedges, and for recursive bisection a cut not summed over split hyperedges).
+// One byte more (absent in older inputs) may ask for the parallel mode as well: the same
+// settings with up to 10 runs on 1 and on 2 or 3 threads must give the same partition and
+// objective, or fail the same way (this reaches the final V-cycle that starts before the last
+// runs end).
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -44,6 +48,39 @@ long long Objective(const Instance &h, const std::vector<int> &part, bool soed) 
     if (parts.size() > 1) total += (soed ? static_cast<long long>(parts.size()) : 1) * h.hewgts[e];
   }
   return total;
+}
+
+// The parallel mode with the instance's settings (runs from the choice byte, 1 to 10) on one
+// thread and on two or three: both calls must end alike, and when they succeed, with the same
+// partition and objective.
+void CompareThreadCounts(const Instance &h, bool kway, int nparts, int ubfactor, const int *options,
+                         const std::vector<int> &wanted, int choice) {
+  HYPRA_Params p;
+  HYPRA_DefaultParams(&p);
+  p.method = kway ? HYPRA_DIRECT : HYPRA_RECURSIVE;
+  p.nparts = nparts;
+  p.ubfactor = ubfactor;
+  p.runs = 1 + choice / 4 % 10;
+  p.ctype = options[2];
+  p.rtype = options[3];
+  p.vcycle = options[4];
+  p.reconst = options[5];
+  p.seed = options[7];
+  p.fixed = options[6] == 1 ? wanted.data() : nullptr;
+  std::vector<int> one(h.nvtxs, -1), many(h.nvtxs, -1);
+  int obj1 = -1, objn = -1;
+  p.threads = 1;
+  const int s1 = HYPRA_Partition(h.nvtxs, h.nhedges, h.vwgts.data(), h.eptr.data(), h.eind.data(),
+                                 h.hewgts.data(), &p, one.data(), &obj1);
+  p.threads = 2 + choice / 40 % 2;
+  const int sn = HYPRA_Partition(h.nvtxs, h.nhedges, h.vwgts.data(), h.eptr.data(), h.eind.data(),
+                                 h.hewgts.data(), &p, many.data(), &objn);
+  if (s1 != sn) fuzz::Fail("status %d on one thread, %d on %d", s1, sn, p.threads);
+  if (s1 != HYPRA_OK) return;
+  if (obj1 != objn) fuzz::Fail("objective %d on one thread, %d on %d", obj1, objn, p.threads);
+  for (int v = 0; v < h.nvtxs; v++)
+    if (one[v] != many[v])
+      fuzz::Fail("vertex %d in part %d on one thread, %d on %d", v, one[v], many[v], p.threads);
 }
 
 }  // namespace
@@ -94,6 +131,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       wanted[v] = x % 4 == 0 ? x / 4 % nparts : -1;
       part[v] = wanted[v];
     }
+  const int threaded = c.Byte();
 
   // FUZZ_PRINT=1 shows the instance (for reproducing a failure by hand).
   if (std::getenv("FUZZ_PRINT") != nullptr) {
@@ -119,6 +157,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       HYPRA_PartRecursive(h.nvtxs, h.nhedges, h.vwgts.data(), h.eptr.data(), h.eind.data(),
                           h.hewgts.data(), nparts, ubfactor, options, part.data(), &objective);
   });
+  if (threaded % 4 == 1) CompareThreadCounts(h, kway, nparts, ubfactor, options, wanted, threaded);
   if (status != -1) return 0;  // refused with a message
 
   for (int v = 0; v < h.nvtxs; v++) {
