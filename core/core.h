@@ -174,7 +174,7 @@ struct RunState {
   OutputBuffer *out;       // null: straight to standard output
   RunValues now;
   RunTimers time;
-  // Set by another thread when the work is no longer wanted (a speculative V-cycle whose input
+  // Set by another thread when the work is no longer wanted (a V-cycle started early whose input
   // turned out not to be the best): V-cycles stop at the next cycle. Null: never.
   const std::atomic<bool> *stop;
 };

@@ -206,12 +206,12 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
   // choose); a run that finishes better stops it, and it starts again on that one. It is kept
   // only if its run is the best of all; otherwise the V-cycle is done again on the best. Either
   // way the result is the one a V-cycle after all runs gives.
-  const bool speculate = ctrl->Vcycle == 1 && keep.count == 1;
+  const bool start_early = ctrl->Vcycle == 1 && keep.count == 1;
   std::mutex finished_lock;
   std::atomic<bool> stale{false};
   int *finished = ismalloc__(nruns, 0, "ParallelRuns: finished");
-  int specrun = -1;
-  FinalVCycle spec{};
+  int earlyrun = -1;
+  FinalVCycle early{};
   auto better = [&](int a, int b) {
     return runs[a].obj < runs[b].obj || (runs[a].obj == runs[b].obj && a < b);
   };
@@ -243,29 +243,30 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
     ReportRunDone__(ctrl);
     std::lock_guard<std::mutex> guard(finished_lock);
     finished[r] = 1;
-    if (specrun >= 0 && better(r, specrun)) stale.store(true, std::memory_order_relaxed);
+    if (earlyrun >= 0 && better(r, earlyrun)) stale.store(true, std::memory_order_relaxed);
   };
-  auto speculative_vcycle = [&]() {
-    if (!speculate) return;
+  auto early_vcycle = [&]() {
+    if (!start_early) return;
     for (;;) {
       int chosen = -1;
       {
         std::lock_guard<std::mutex> guard(finished_lock);
         for (int r = 0; r < nruns; r++)
           if (finished[r] && (chosen < 0 || better(r, chosen))) chosen = r;
-        specrun = chosen;
+        earlyrun = chosen;
         stale.store(false, std::memory_order_relaxed);
       }
       if (chosen < 0) return;
-      int *where = icopy__(nvtxs, runs[chosen].where, imalloc__(nvtxs, "ParallelRuns: spec"));
-      RunFinalVCycle__(ctrl, graph, 0, where, runs[chosen].obj, method, &spec, &stale);
+      int *where =
+          icopy__(nvtxs, runs[chosen].where, imalloc__(nvtxs, "ParallelRuns: early V-cycle"));
+      RunFinalVCycle__(ctrl, graph, 0, where, runs[chosen].obj, method, &early, &stale);
       if (!stale.load(std::memory_order_relaxed)) return;
-      RVfree__(&spec.where);
-      FreeOutput__(&spec.out);
-      FreeRunState__(&spec.run);
+      RVfree__(&early.where);
+      FreeOutput__(&early.out);
+      FreeRunState__(&early.run);
     }
   };
-  ForEachTaskWithFollowUp__(ctrl->Sched, nruns, 1, run_task, speculative_vcycle);
+  ForEachTaskWithFollowUp__(ctrl->Sched, nruns, 1, run_task, early_vcycle);
   RVfree__(&finished);
 
   int keptrun = -1;
@@ -312,17 +313,17 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
 
   if (ctrl->Vcycle == 1) {
     // The kept partitions' V-cycles side by side too, each on a copy of the hypergraph and a
-    // stream of its own; the best is chosen in slot order. A speculative V-cycle of the kept
+    // stream of its own; the best is chosen in slot order. A V-cycle started early on the kept
     // run is that slot's V-cycle already.
     FinalVCycle slots[3];
-    const bool hit = specrun >= 0 && specrun == keptrun;
+    const bool hit = earlyrun >= 0 && earlyrun == keptrun;
     if (hit) {
-      slots[0] = spec;
+      slots[0] = early;
       RVfree__(&keep.parts[0]);
-    } else if (specrun >= 0) {
-      RVfree__(&spec.where);
-      FreeOutput__(&spec.out);
-      FreeRunState__(&spec.run);
+    } else if (earlyrun >= 0) {
+      RVfree__(&early.where);
+      FreeOutput__(&early.out);
+      FreeRunState__(&early.run);
     }
     ForEachTask__(ctrl->Sched, hit ? 0 : keep.count, [&](int i) {
       int *where = keep.parts[i];
