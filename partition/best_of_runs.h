@@ -157,6 +157,12 @@ struct FinalVCycle {
   int obj;
 };
 
+inline void FreeFinalVCycle__(FinalVCycle *v) {
+  RVfree__(&v->where);
+  FreeOutput__(&v->out);
+  FreeRunState__(&v->run);
+}
+
 // The final V-cycle of kept slot `slot` (partition `where`, objective `obj`, which it takes
 // over): the same work and stream wherever and whenever it runs.
 template <typename Method>
@@ -261,9 +267,7 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
           icopy__(nvtxs, runs[chosen].where, imalloc__(nvtxs, "ParallelRuns: early V-cycle"));
       RunFinalVCycle__(ctrl, graph, 0, where, runs[chosen].obj, method, &early, &stale);
       if (!stale.load(std::memory_order_relaxed)) return;
-      RVfree__(&early.where);
-      FreeOutput__(&early.out);
-      FreeRunState__(&early.run);
+      FreeFinalVCycle__(&early);
     }
   };
   ForEachTaskWithFollowUp__(ctrl->Sched, nruns, 1, run_task, early_vcycle);
@@ -321,9 +325,7 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
       slots[0] = early;
       RVfree__(&keep.parts[0]);
     } else if (earlyrun >= 0) {
-      RVfree__(&early.where);
-      FreeOutput__(&early.out);
-      FreeRunState__(&early.run);
+      FreeFinalVCycle__(&early);
     }
     ForEachTask__(ctrl->Sched, hit ? 0 : keep.count, [&](int i) {
       int *where = keep.parts[i];
@@ -337,9 +339,7 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
         icopy__(nvtxs, slot.where, part);
         best = slot.obj;
       }
-      RVfree__(&slot.where);
-      FreeOutput__(&slot.out);
-      FreeRunState__(&slot.run);
+      FreeFinalVCycle__(&slot);
     }
     FreeRootHGraph__(graph);
   }
