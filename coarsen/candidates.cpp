@@ -90,6 +90,26 @@ int PairCandidate(const PartCtrl *ctrl, int v, const Incidence &g, const int *ce
   return best == -1 ? -1 : s.cand[best];
 }
 
+// With WeightedRating: the listed candidate of highest shared weight per unit of its group's
+// weight (its own while ungrouped), with the same tie rule; the scan's list is left as it is.
+int LightestRated(const CandidateList &s, const int *cellwgt, const int *cellmap,
+                  const int *gwgts) {
+  auto weight = [&](int u) {
+    const int w = cellmap[u] != -1 ? gwgts[cellmap[u]] : cellwgt[u];
+    return w > 0 ? static_cast<double>(w) : 1.0;
+  };
+  int best = 0;
+  double bestrate = s.cwgt[0] / weight(s.cand[0]);
+  for (int i = 1; i < s.ncand; i++) {
+    const double rate = s.cwgt[i] / weight(s.cand[i]);
+    if (rate > bestrate || (rate == bestrate && cellmap[s.cand[best]] != -1)) {
+      best = i;
+      bestrate = rate;
+    }
+  }
+  return best;
+}
+
 // Stars: candidates whose own weight and group weight fit; on a tie an already grouped best
 // gives way to the later candidate.
 template <typename UseNet, typename Extra>
@@ -97,10 +117,11 @@ int StarCandidate(const PartCtrl *ctrl, int v, const Incidence &g, const int *ce
                   const int *gwgts, CandidateList &s, UseNet useNet, Extra extra) {
   const long long room = Room(ctrl, g.cellwgt, v);
   const int *cellwgt = g.cellwgt;
-  const int best = Scan(
+  int best = Scan(
       v, g, htable, s, useNet,
       [&](int u) { return cellwgt[u] <= room && gwgts[cellmap[u]] <= room && extra(u); },
       [&](int b, int) { return cellmap[s.cand[b]] != -1; });
+  if (best != -1 && ctrl->WeightedRating) best = LightestRated(s, cellwgt, cellmap, gwgts);
   return best == -1 ? -1 : s.cand[best];
 }
 

@@ -227,6 +227,12 @@ struct PartCtrl {
   // Quality mode (0: off). On, every level of the direct path's uncoarsening and the polish after
   // recursive bisection end with k-way FM refinement (kway/kway_fm.cpp) after the greedy passes.
   int Quality;
+
+  // How the star grouping rates a candidate (0: by the weight of the hyperedges it shares with
+  // the vertex; 1: by that weight per unit of the candidate's group weight, which keeps groups
+  // even in size and gives the bisection's runs better cuts; set by the quality preset for a
+  // single bisection).
+  int WeightedRating;
 };
 
 // Starts a run's values from the control record's settings.

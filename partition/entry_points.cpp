@@ -190,6 +190,9 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   if (ctrl.Fixed) ValidateParts__(nvtxs, part, -1, nparts - 1, "the fixed part");
   if (nvtxs > 0 && part == nullptr) errexit__("HYPRA: the part array is missing.");
   const SchedulerOwner sched{ApplySetup(&ctrl, setup, nvtxs, vwgts)};
+  // Measured on the ISPD98 circuits, rating by shared weight per group weight lowers the cut of
+  // a single bisection (about 1 % at k = 2 with six runs) but not that of a longer recursion.
+  ctrl.WeightedRating = ctrl.Quality && nparts == 2 ? 1 : 0;
 
   StartRun(&ctrl);
   HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);

@@ -148,8 +148,10 @@ typedef struct HYPRA_Params {
    refinement (moves of any gain, best first, each pass rolled back to its best prefix, never past
    the part bound, fixed vertices kept): HYPRA_DIRECT runs it on every level of the uncoarsening
    (cut objective with rtype 1, SOED with rtype 2); HYPRA_RECURSIVE runs it in the k-way
-   refinement after the recursion, for any number of parts. It draws nothing at random, so the
-   result is as deterministic as the method's (the same for every number of threads). */
+   refinement after the recursion, for any number of parts, and for two parts also rates the
+   coarsening's grouping candidates by shared weight per unit of weight. It draws nothing at
+   random, so the result is as deterministic as the method's (the same for every number of
+   threads). */
 #define HYPRA_PRESET_DEFAULT 0
 #define HYPRA_PRESET_QUALITY 1
 

@@ -99,6 +99,34 @@ TEST(FindCellStar, PrefersAnUngroupedCandidateOnTies) {
   FreeHGraph__(g);
 }
 
+TEST(FindCellStar, WeightedRatingPrefersMoreSharedWeightPerGroupWeight) {
+  PartCtrl ctrl = MakeCtrl();
+  // 0 shares two hyperedges with 1 (weight 4) and one with 2 (weight 1): by shared weight 1
+  // wins (2 against 1), per unit of weight 2 does (1 against 0.5).
+  HGraph *g = testgraphs::Make(3, {{0, 1}, {0, 1}, {0, 2}}, {}, {1, 4, 1});
+  g->cellmap = ismalloc__(3, -1, "test: cellmap");
+  std::vector<int> wgts(4, 0);
+  const int *gwgts = wgts.data() + 1;
+  std::vector<int> htable(3, -1);
+  EXPECT_EQ(FindStar(&ctrl, g, 0, htable, gwgts), 1);
+  ctrl.WeightedRating = 1;
+  EXPECT_EQ(FindStar(&ctrl, g, 0, htable, gwgts), 2);
+  // A grouped candidate is rated by its group's weight: 2 in a group of weight 3 rates 1/3.
+  g->cellmap[2] = 0;
+  wgts[1] = 3;
+  EXPECT_EQ(FindStar(&ctrl, g, 0, htable, gwgts), 1);
+  // Equal rates: the grouped best gives way to the later ungrouped candidate, as without it.
+  wgts[1] = 8;
+  g->cellmap[1] = 0;
+  g->cellmap[2] = -1;
+  g->cellwgt[2] = 4;
+  for (int h : {0, 1}) g->edgewgt[h] = 2;  // 1 shares 4 in a group of 8: 0.5
+  g->edgewgt[2] = 2;                       // 2 shares 2 at weight 4: 0.5
+  EXPECT_EQ(FindStar(&ctrl, g, 0, htable, gwgts), 2);
+  EXPECT_TRUE(AllMinusOne(htable));
+  FreeHGraph__(g);
+}
+
 TEST(MatchEdges, CapacityBelowEveryPairKeepsEveryVertexAlone) {
   PartCtrl ctrl = MakeCtrl(3);
   for (int scheme = 0; scheme < 3; scheme++) {

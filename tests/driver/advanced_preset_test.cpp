@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "driver_test_util.h"
@@ -70,6 +71,33 @@ TEST(AdvancedPreset, HeaderNamesTheMethod) {
   ASSERT_EQ(plain.status, 0);
   EXPECT_EQ(plain.out.find("Preset:"), std::string::npos);
   EXPECT_EQ(WithoutTimes(plain.out), WithoutTimes(named.out));
+}
+
+TEST(AdvancedPreset, OneBisectionGetsSixRuns) {
+  ScratchDir dir;
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(300));
+  const std::string header =
+      " Preset: quality: recursive bisection (%d runs each), then k-way refinement with k-way FM\n";
+  auto line = [&](int runs) {
+    std::string l = header;
+    l.replace(l.find("%d"), 2, std::to_string(runs));
+    return l;
+  };
+  for (const auto &[k, runs] : std::vector<std::pair<std::string, int>>{{"2", 6}, {"3", 4}}) {
+    const auto r =
+        RunAdvanced({"ring.hgr", k, "5", "--seed", "3", "--preset", "quality"}, dir.path);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find(line(runs)), std::string::npos) << r.out;
+  }
+  // Every run of the bisection shows its line.
+  const auto r = RunAdvanced(
+      {"ring.hgr", "2", "5", "--seed", "3", "--preset", "quality", "--dbglvl", "16"}, dir.path);
+  ASSERT_EQ(r.status, 0) << r.err;
+  size_t lines = 0;
+  for (size_t at = r.out.find("Cut of trial"); at != std::string::npos;
+       at = r.out.find("Cut of trial", at + 1))
+    lines++;
+  EXPECT_EQ(lines, 6u) << r.out;
 }
 
 TEST(AdvancedPreset, JsonNamesThePreset) {

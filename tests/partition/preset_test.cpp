@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "fixtures.h"
@@ -120,9 +121,11 @@ TEST(Preset, QualityKeepsFixedVertices) {
 
 TEST(Preset, QualityIsDeterministicAndTheSameForEveryThreadCount) {
   const TestHypergraph h = RingHypergraph(700, 1000, 12, true);
-  for (const int method : {HYPRA_RECURSIVE, HYPRA_DIRECT}) {
-    SCOPED_TRACE(method);
-    HYPRA_Params params = Quality(method, 6);
+  // Two parts: one bisection, whose grouping rates candidates by weight (see the preset).
+  for (const auto &[method, nparts] :
+       {std::pair{HYPRA_RECURSIVE, 6}, {HYPRA_DIRECT, 6}, {HYPRA_RECURSIVE, 2}}) {
+    SCOPED_TRACE(testing::Message() << "method " << method << ", " << nparts << " parts");
+    HYPRA_Params params = Quality(method, nparts);
     const Outcome a = RunWith(h, params), b = RunWith(h, params);
     EXPECT_EQ(a.part, b.part);
     std::vector<int> first;
