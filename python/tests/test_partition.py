@@ -113,6 +113,15 @@ def test_quality_preset_keeps_the_bound_and_repeats(medium, method):
     assert np.array_equal(result.parts, again.parts)
 
 
+def test_quality_preset_runs_as_the_program_does(medium):
+    # Without runs the preset picks its own count, as hypra-advanced does: six for one bisection.
+    for k, runs in ((2, 6), (4, 4), (6, 3), (16, 2)):
+        chosen = hypra.partition(medium, k, seed=3, preset="quality")
+        named = hypra.partition(medium, k, seed=3, preset="quality", runs=runs)
+        assert np.array_equal(chosen.parts, named.parts), k
+    check(medium, chosen, 16, 0.03)
+
+
 def test_unknown_preset_is_an_input_error(medium):
     with pytest.raises(hypra.InputError, match="preset"):
         hypra.partition(medium, 2, preset="fast")
