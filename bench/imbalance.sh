@@ -6,17 +6,15 @@
 # Writes nothing into the repository; one seed per case.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
+# shellcheck source=bench/common.sh
+source "$root/bench/common.sh"
 bench_dir="${1:-$root/../shared/bench}"
 files="${FILES:-ibm01 ibm05 ibm10}"
 parts="${PARTS:-4 8 16 32 64}"
 eps="${EPS:-0.03}"
 seed="${SEED:-1}"
-for f in $files; do
-  [ -r "$bench_dir/$f.hgr" ] || { echo "bench/imbalance.sh: cannot read $bench_dir/$f.hgr" >&2; exit 1; }
-done
-cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$root/build" -j"$(nproc)" --target hypra_advanced >/dev/null
-prog="$root/build/hypra-advanced"
+bench_require_inputs bench/imbalance.sh "$bench_dir" "$files"
+bench_build_program
 scratch="$(mktemp -d)"
 trap 'rm -rf "$scratch"' EXIT
 

@@ -10,15 +10,15 @@
 # Every input is checked before anything is written.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
+# shellcheck source=bench/common.sh
+source "$root/bench/common.sh"
 bench_dir="${1:-$root/../shared/bench}"
 out="${2:-$root/bench}"
 files="${FILES:-ibm01 ibm02 ibm03 ibm04 ibm05 ibm06 ibm07 ibm08 ibm09 ibm10}"
 parts="${PARTS:-2 4 8 16 32 64}"
 eps="${EPS:-0.03}"
 seed="${SEED:-1}"
-for f in $files; do
-  [ -r "$bench_dir/$f.hgr" ] || { echo "bench/quality.sh: cannot read $bench_dir/$f.hgr" >&2; exit 1; }
-done
+bench_require_inputs bench/quality.sh "$bench_dir" "$files"
 [ -d "$out" ] && [ -w "$out" ] || { echo "bench/quality.sh: cannot write into $out" >&2; exit 1; }
 if ! command -v gnuplot >/dev/null 2>&1 || [ ! -x /usr/bin/time ]; then
   sudo_cmd=""
@@ -26,9 +26,7 @@ if ! command -v gnuplot >/dev/null 2>&1 || [ ! -x /usr/bin/time ]; then
   $sudo_cmd apt-get update -qq
   DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq gnuplot-nox time >/dev/null
 fi
-cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$root/build" -j"$(nproc)" --target hypra_advanced >/dev/null
-prog="$root/build/hypra-advanced"
+bench_build_program
 scratch="$(mktemp -d)"
 trap 'rm -rf "$scratch"' EXIT
 

@@ -11,17 +11,15 @@
 # repository.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
+# shellcheck source=bench/common.sh
+source "$root/bench/common.sh"
 bench_dir="${1:-$root/../shared/bench}"
 files="${FILES:-ibm05 ibm06 ibm07 ibm08 ibm09 ibm10}"
 seeds="${SEEDS:-1 2 3 4 5}"
 reps="${REPS:-3}"
 threads="${THREADS:-2}"
-for f in $files; do
-  [ -r "$bench_dir/$f.hgr" ] || { echo "bench/threads.sh: cannot read $bench_dir/$f.hgr" >&2; exit 1; }
-done
-cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$root/build" -j"$(nproc)" --target hypra_advanced >/dev/null
-prog="$root/build/hypra-advanced"
+bench_require_inputs bench/threads.sh "$bench_dir" "$files"
+bench_build_program
 scratch="$(mktemp -d)"
 trap 'rm -rf "$scratch"' EXIT
 
