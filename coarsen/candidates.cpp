@@ -92,8 +92,8 @@ int PairCandidate(const PartCtrl *ctrl, int v, const Incidence &g, const int *ce
 
 // With WeightedRating: the listed candidate of highest shared weight per unit of its group's
 // weight (its own while ungrouped), with the same tie rule; the scan's list is left as it is.
-int LightestRated(const CandidateList &s, const int *cellwgt, const int *cellmap,
-                  const int *gwgts) {
+int BestRatePerWeight(const CandidateList &s, const int *cellwgt, const int *cellmap,
+                      const int *gwgts) {
   auto weight = [&](int u) {
     const int w = cellmap[u] != -1 ? gwgts[cellmap[u]] : cellwgt[u];
     return w > 0 ? static_cast<double>(w) : 1.0;
@@ -121,7 +121,7 @@ int StarCandidate(const PartCtrl *ctrl, int v, const Incidence &g, const int *ce
       v, g, htable, s, useNet,
       [&](int u) { return cellwgt[u] <= room && gwgts[cellmap[u]] <= room && extra(u); },
       [&](int b, int) { return cellmap[s.cand[b]] != -1; });
-  if (best != -1 && ctrl->WeightedRating) best = LightestRated(s, cellwgt, cellmap, gwgts);
+  if (best != -1 && ctrl->WeightedRating) best = BestRatePerWeight(s, cellwgt, cellmap, gwgts);
   return best == -1 ? -1 : s.cand[best];
 }
 
