@@ -3,51 +3,6 @@
 
 namespace hypra {
 
-namespace {
-
-// Both sifts are inlined into their callers: the refiners call HeapUpdate once per gain change.
-
-// Moves the entry (key, item) up from position i while its parent's key is strictly smaller.
-[[gnu::always_inline]] inline void SiftUp(PQueue *queue, int i, int key, int item) {
-  KeyValue *heap = queue->heap;
-  int *locator = queue->locator;
-  while (i > 0) {
-    const int parent = (i - 1) / 2;
-    if (heap[parent].key >= key) break;
-    heap[i] = heap[parent];
-    locator[heap[i].val] = i;
-    i = parent;
-  }
-  heap[i].key = key;
-  heap[i].val = item;
-  locator[item] = i;
-}
-
-// Moves the entry (key, item) down from position i; a child rises only when its key is strictly
-// greater, and the left child wins ties between the two children.
-[[gnu::always_inline]] inline void SiftDown(PQueue *queue, int i, int key, int item) {
-  KeyValue *heap = queue->heap;
-  int *locator = queue->locator;
-  const int nitems = queue->nitems;
-  for (int j = 2 * i + 1; j < nitems; j = 2 * i + 1) {
-    if (heap[j].key > key) {
-      if (j + 1 < nitems && heap[j + 1].key > heap[j].key) j = j + 1;
-    } else if (j + 1 < nitems && heap[j + 1].key > key) {
-      j = j + 1;
-    } else {
-      break;
-    }
-    heap[i] = heap[j];
-    locator[heap[i].val] = i;
-    i = j;
-  }
-  heap[i].key = key;
-  heap[i].val = item;
-  locator[item] = i;
-}
-
-}  // namespace
-
 void PQueueInit__(PQueue *queue, int maxitems, int maxgain) {
   queue->nitems = 0;
   queue->maxitems = maxitems;
@@ -122,15 +77,6 @@ void HeapDelete(PQueue *queue, int item) {
     SiftUp(queue, i, last.key, last.val);
   else
     SiftDown(queue, i, last.key, last.val);
-}
-
-void HeapUpdate(PQueue *queue, int item, int oldgain, int newgain) {
-  const int i = queue->locator[item];
-  // The direction follows the caller's old gain, not the stored key.
-  if (oldgain >= newgain)
-    SiftDown(queue, i, newgain, item);
-  else
-    SiftUp(queue, i, newgain, item);
 }
 
 int HeapGetMax(PQueue *queue) {

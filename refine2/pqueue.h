@@ -7,8 +7,8 @@
 //
 // The refiners call the queue once or more per pin they touch, so the bucket operations are
 // inline here and the lists are linked by item numbers rather than pointers: half the memory of
-// a pointer node and no call per operation. The heap, used only for wide gain ranges, stays
-// out of line.
+// a pointer node and no call per operation. Of the heap, used only for wide gain ranges, the
+// update (once per gain change) is inline too; insertion, deletion and extraction are not.
 #pragma once
 
 #include "core/core.h"
@@ -48,13 +48,63 @@ void PQueueFree__(PQueue *queue);
 int PQueueSeeConstraintMax(const PQueue *queue, int maxwgt, const int *vwgt);
 int CheckHeap();
 
-// Out-of-line parts: the heap operations and the report of a gain outside the bucket range.
+// The heap's operations (its update inline, since the refiners call it once per gain change on
+// the small, densely connected coarsest levels, where the gain range is wide) and the report of a
+// gain outside the bucket range.
 namespace pqueue_detail {
 void HeapInsert(PQueue *queue, int item, int gain);
 void HeapDelete(PQueue *queue, int item);
-void HeapUpdate(PQueue *queue, int item, int oldgain, int newgain);
 int HeapGetMax(PQueue *queue);
 [[noreturn]] void GainOutOfRange(const PQueue *queue, int gain);
+
+// Moves the entry (key, item) up from position i while its parent's key is strictly smaller.
+[[gnu::always_inline]] inline void SiftUp(PQueue *queue, int i, int key, int item) {
+  KeyValue *heap = queue->heap;
+  int *locator = queue->locator;
+  while (i > 0) {
+    const int parent = (i - 1) / 2;
+    if (heap[parent].key >= key) break;
+    heap[i] = heap[parent];
+    locator[heap[i].val] = i;
+    i = parent;
+  }
+  heap[i].key = key;
+  heap[i].val = item;
+  locator[item] = i;
+}
+
+// Moves the entry (key, item) down from position i; a child rises only when its key is strictly
+// greater, and the left child wins ties between the two children.
+[[gnu::always_inline]] inline void SiftDown(PQueue *queue, int i, int key, int item) {
+  KeyValue *heap = queue->heap;
+  int *locator = queue->locator;
+  const int nitems = queue->nitems;
+  for (int j = 2 * i + 1; j < nitems; j = 2 * i + 1) {
+    if (heap[j].key > key) {
+      if (j + 1 < nitems && heap[j + 1].key > heap[j].key) j = j + 1;
+    } else if (j + 1 < nitems && heap[j + 1].key > key) {
+      j = j + 1;
+    } else {
+      break;
+    }
+    heap[i] = heap[j];
+    locator[heap[i].val] = i;
+    i = j;
+  }
+  heap[i].key = key;
+  heap[i].val = item;
+  locator[item] = i;
+}
+
+// Refiles item from oldgain to newgain; the direction follows the caller's old gain, not the
+// stored key.
+[[gnu::always_inline]] inline void HeapUpdate(PQueue *queue, int item, int oldgain, int newgain) {
+  const int i = queue->locator[item];
+  if (oldgain >= newgain)
+    SiftDown(queue, i, newgain, item);
+  else
+    SiftUp(queue, i, newgain, item);
+}
 
 // Lowers topbucket after its bucket emptied: to -G when nothing is left, else to the next
 // non-empty bucket below.
