@@ -34,8 +34,7 @@ void Balance__(const PartCtrl *ctrl, HGraph *graph) {
 
   PQueue queues[2];
   const int maxgain = refine2::MaxGain(graph);
-  PQueueInit__(&queues[0], nvtxs, maxgain);
-  PQueueInit__(&queues[1], nvtxs, maxgain);
+  PQueueInitPair__(queues, nvtxs, maxgain);
   int *moved = ismalloc__(nvtxs, -1, "FM_Refine: perm");
   int *perm = imalloc__(nvtxs, "FM_Refine: perm");
 
@@ -97,8 +96,7 @@ void Balance__(const PartCtrl *ctrl, HGraph *graph) {
   stoptimer__(ctrl, ctrl->run->time.IterTmr);
 
   graph->mincut = cut;
-  PQueueFree__(&queues[0]);
-  PQueueFree__(&queues[1]);
+  PQueueFreePair__(queues);
   RVfree__(&moved, &perm);
 }
 

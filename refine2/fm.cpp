@@ -56,8 +56,7 @@ struct Scratch {
 void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
   const int maxgain = refine2::MaxGain(graph);
-  PQueueInit__(&s->queues[0], nvtxs, maxgain);
-  PQueueInit__(&s->queues[1], nvtxs, maxgain);
+  PQueueInitPair__(s->queues, nvtxs, maxgain);
   s->moved = imalloc__(nvtxs, "FM_Refine: moved");
   s->swaps = imalloc__(nvtxs, "FM_Refine: swaps");
   s->perm = imalloc__(nvtxs, "FM_Refine: perm");
@@ -79,8 +78,7 @@ void CreateScratch(const HGraph *graph, Scratch *s, bool plain) {
 }
 
 void FreeScratch(Scratch *s) {
-  PQueueFree__(&s->queues[0]);
-  PQueueFree__(&s->queues[1]);
+  PQueueFreePair__(s->queues);
   RVfree__(&s->moved, &s->swaps, &s->perm, &s->state, &s->nets, &s->startndeg[0], &s->startndeg[1],
            &s->startgain, &s->netstamp, &s->cellstamp, &s->touched, &s->oldnd);
 }
@@ -257,8 +255,12 @@ int MoveCandidate(HGraph *graph, Scratch *s, int from, int u0, int u1, int nswap
 // whatever the free pins do, so none of their gains can change, and its pin counts are left
 // as they are (nothing reads them before the next pass resets them).
 // Returns the weight of the hyperedges that this move locked on both sides. kBuckets: both
-// queues are in bucket mode, which the caller checked once for the whole pass.
-template <bool kBuckets>
+// queues are in bucket mode, which the caller checked once for the whole pass. kCheckRange: a
+// new gain may fall outside the buckets. Not so without negative hyperedge weights: every pin
+// occurrence adds between -w and w of its hyperedge's weight w to a free vertex's gain, which
+// the updates keep exact, so no gain exceeds the vertex's adjwgt in size, and the buckets span
+// the largest adjwgt.
+template <bool kBuckets, bool kCheckRange>
 int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
   const int *incptr = graph->incptr, *incind = graph->incind, *netind = graph->netind;
   const unsigned char *state = s->state;
@@ -271,15 +273,14 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
   int delta[kLocked + 1];
   delta[kLocked] = 0;
   // Bucket mode: both queues' lists and tops in locals for the whole move, which the stores to
-  // gains and links cannot alias; the tops go back at the end.
-  // Both queues were built for the same gain range.
-  PQueueLink *links[2] = {nullptr, nullptr};
+  // gains and links cannot alias; the tops go back at the end. The two queues share their
+  // links and were built for the same gain range.
+  PQueueLink *links = nullptr;
   int *heads[2] = {nullptr, nullptr};
   int top[2] = {0, 0};
   unsigned int span = 0;
   if constexpr (kBuckets) {
-    links[0] = queues[0].links;
-    links[1] = queues[1].links;
+    links = queues[0].links;
     heads[0] = queues[0].buckets;
     heads[1] = queues[1].buckets;
     top[0] = queues[0].topbucket;
@@ -327,7 +328,7 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
       if constexpr (kBuckets) {
         // PQueueUpdate__ on the locals: out of the old bucket, to the head of the new one,
         // the top following the highest non-empty bucket.
-        PQueueLink *l = links[side];
+        PQueueLink *l = links;
         int *b = heads[side];
         const int prev = l[u].prev, next = l[u].next;
         if (prev != -1)
@@ -335,8 +336,10 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
         else
           b[oldgain] = next;
         if (next != -1) l[next].prev = prev;
-        if (static_cast<unsigned int>(newgain) + span > 2u * span) [[unlikely]]
-          pqueue_detail::GainOutOfRange(&queues[side], newgain);
+        if constexpr (kCheckRange) {
+          if (static_cast<unsigned int>(newgain) + span > 2u * span) [[unlikely]]
+            pqueue_detail::GainOutOfRange(&queues[side], newgain);
+        }
         const int head = b[newgain];
         l[u].prev = -1;
         l[u].next = head;
@@ -373,8 +376,8 @@ int UpdatePlainMove(HGraph *graph, Scratch *s, int v, int from, int to) {
 // Once that bound exceeds the best cut no later point can be recorded, and with `canstop` the
 // pass ends there: the moves it skips would all be undone.
 template <bool kConstrained>
-int FMMoves(const PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut, bool canstop,
-            int *bestcut, int *mincutorder) {
+int FMMoves(const PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initcut,
+            bool nonnegative, bool canstop, int *bestcut, int *mincutorder) {
   const int nvtxs = graph->nvtxs;
   int *gain = graph->gain, *pwgts = graph->pwgts;
   const int *cellwgt = graph->cellwgt;
@@ -421,8 +424,12 @@ int FMMoves(const PartCtrl *ctrl, HGraph *graph, Scratch *s, Bounds b, int initc
     }
 
     s->state[v] = kLocked;
-    lockedcut += buckets ? UpdatePlainMove<true>(graph, s, v, from, to)
-                         : UpdatePlainMove<false>(graph, s, v, from, to);
+    if (!buckets)
+      lockedcut += UpdatePlainMove<false, false>(graph, s, v, from, to);
+    else if (nonnegative)
+      lockedcut += UpdatePlainMove<true, false>(graph, s, v, from, to);
+    else
+      lockedcut += UpdatePlainMove<true, true>(graph, s, v, from, to);
     if (canstop && lockedcut > *bestcut) return nswaps + 1;
   }
   return nswaps;
@@ -440,6 +447,7 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   // Whether a pass may end as soon as no later point can beat its best: not when every move is
   // traced, and not with negative hyperedge weights (found on the first pass's start), where
   // the locked-cut bound does not hold.
+  bool nonnegative = true;  // no hyperedge weight is negative (found on the first pass's start)
   bool canstop = !(ctrl->run->now.dbglvl & DBG_MOVES);
   int nkept = 0;   // moves the previous pass kept
   int nmoved = 0;  // moves the previous pass made
@@ -457,12 +465,14 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
     const Bounds b = refine2::BalanceBounds(ctrl, pwgts);
     const int initcut = graph->mincut;
     FillQueues(ctrl, graph, &s);
-    if (pass == 0)
-      canstop = StartPlainPass(graph, &s) && canstop;
-    else if (nfixed != 0)
+    if (pass == 0) {
+      nonnegative = StartPlainPass(graph, &s);
+      canstop = nonnegative && canstop;
+    } else if (nfixed != 0) {
       StartPlainPass(graph, &s);
-    else
+    } else {
       RestartPlainPass(graph, &s, nmoved);
+    }
     if ((ctrl->run->now.dbglvl & DBG_REFINE) && pass == 0)
       Printf__(ctrl,
                kConstrained ? "Partitions2: [%6d,%8d]  [%6d,%8d], Initial Cut: %8d [%d] [%d %d]\n"
@@ -473,8 +483,8 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
 
     starttimer__(ctrl, ctrl->run->time.IterTmr);
     int bestcut, mincutorder;
-    const int nmoves =
-        FMMoves<kConstrained>(ctrl, graph, &s, b, initcut, canstop, &bestcut, &mincutorder);
+    const int nmoves = FMMoves<kConstrained>(ctrl, graph, &s, b, initcut, nonnegative, canstop,
+                                             &bestcut, &mincutorder);
     stoptimer__(ctrl, ctrl->run->time.IterTmr);
 
     starttimer__(ctrl, ctrl->run->time.WrapUpTmr);

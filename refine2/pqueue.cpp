@@ -3,13 +3,17 @@
 
 namespace hypra {
 
-void PQueueInit__(PQueue *queue, int maxitems, int maxgain) {
+namespace {
+
+// PQueueInit__, with the bucket mode's links taken from `links` when it is not null.
+void InitQueue(PQueue *queue, int maxitems, int maxgain, PQueueLink *links) {
   queue->nitems = 0;
   queue->maxitems = maxitems;
   queue->links = nullptr;
   queue->buckets = nullptr;
   queue->heap = nullptr;
   queue->locator = nullptr;
+  queue->ownslinks = true;
 
   if (3LL * maxitems < maxgain) {
     queue->qtype = PQUEUE_HEAP;
@@ -22,12 +26,28 @@ void PQueueInit__(PQueue *queue, int maxitems, int maxgain) {
   if (maxgain < 0) errexit__("PQueueInit: negative maximum gain %d", maxgain);
   queue->qtype = PQUEUE_BUCKETS;
   queue->gainspan = maxgain;
-  queue->links = static_cast<PQueueLink *>(RVmalloc__(
-      static_cast<long long>(sizeof(PQueueLink)) * maxitems, "PQueueInit: queue->nodes"));
+  if (links != nullptr) {
+    queue->links = links;
+    queue->ownslinks = false;
+  } else {
+    queue->links = static_cast<PQueueLink *>(RVmalloc__(
+        static_cast<long long>(sizeof(PQueueLink)) * maxitems, "PQueueInit: queue->nodes"));
+  }
   const long long nheads = 2LL * maxgain + 1;
   queue->buckets = ismalloc__(nheads, -1, "PQueueInit: queue->buckets");
   queue->buckets += maxgain;
   queue->topbucket = -maxgain;
+}
+
+}  // namespace
+
+void PQueueInit__(PQueue *queue, int maxitems, int maxgain) {
+  InitQueue(queue, maxitems, maxgain, nullptr);
+}
+
+void PQueueInitPair__(PQueue pair[2], int maxitems, int maxgain) {
+  InitQueue(&pair[0], maxitems, maxgain, nullptr);
+  InitQueue(&pair[1], maxitems, maxgain, pair[0].links);
 }
 
 void PQueueReset__(PQueue *queue) {
@@ -51,9 +71,16 @@ void PQueueFree__(PQueue *queue) {
     RVfree__(&queue->heap, &queue->locator);
   } else {
     if (queue->buckets != nullptr) queue->buckets -= queue->gainspan;
+    if (!queue->ownslinks) queue->links = nullptr;
     RVfree__(&queue->links, &queue->buckets);
   }
   queue->maxitems = 0;
+}
+
+void PQueueFreePair__(PQueue pair[2]) {
+  // The second queue's links are the first's, released with the first.
+  PQueueFree__(&pair[1]);
+  PQueueFree__(&pair[0]);
 }
 
 namespace pqueue_detail {

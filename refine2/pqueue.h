@@ -35,6 +35,7 @@ struct PQueue {
   int gainspan;   // buckets: largest absolute gain G
 
   PQueueLink *links;  // buckets: maxitems links
+  bool ownslinks;     // buckets: links were allocated for this queue (else another's are shared)
   int *buckets;       // buckets: 2G+1 list heads (-1 when empty), shifted by G so that it is
                       // indexed by gain
   KeyValue *heap;     // heap: key = gain, val = item; position 0 is the maximum
@@ -42,6 +43,12 @@ struct PQueue {
 };
 
 void PQueueInit__(PQueue *queue, int maxitems, int maxgain);
+// Two queues over disjoint items, such as the two sides of a bisection: an item is filed in at
+// most one of them at a time, so in bucket mode they share one links array (each insertion
+// writes an item's links whole). Half the links memory, and a move loop holds one links
+// pointer for both. Released with PQueueFreePair__.
+void PQueueInitPair__(PQueue pair[2], int maxitems, int maxgain);
+void PQueueFreePair__(PQueue pair[2]);
 void PQueueReset__(PQueue *queue);
 void PQueueFree__(PQueue *queue);
 

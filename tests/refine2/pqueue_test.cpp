@@ -399,3 +399,38 @@ TEST(PQueueDeathTest, GainBeyondBucketRangeEndsTheRun) {
 }
 
 }  // namespace
+
+// The two queues of a pair behave as two separate queues: items of one never disturb the other,
+// in bucket mode through the links they share as well as in heap mode.
+TEST(PQueue, PairOfQueuesSharingLinksActsAsTwoQueues) {
+  for (int maxgain : {10, 100}) {
+    PQueue pair[2], apart[2];
+    PQueueInitPair__(pair, 12, maxgain);
+    PQueueInit__(&apart[0], 12, maxgain);
+    PQueueInit__(&apart[1], 12, maxgain);
+    if (maxgain == 10) {
+      EXPECT_EQ(pair[0].qtype, PQUEUE_BUCKETS);
+      EXPECT_EQ(pair[1].links, pair[0].links);
+    } else {
+      EXPECT_EQ(pair[0].qtype, PQUEUE_HEAP);
+    }
+    // Even items on queue 0, odd ones on queue 1, with repeated gains to exercise the lists.
+    for (int v = 0; v < 12; v++) {
+      PQueueInsert__(&pair[v % 2], v, (v * 7) % 5 - 2);
+      PQueueInsert__(&apart[v % 2], v, (v * 7) % 5 - 2);
+    }
+    for (int v = 0; v < 12; v += 3) {
+      const int oldgain = (v * 7) % 5 - 2, newgain = oldgain + (v % 4) - 1;
+      PQueueUpdate__(&pair[v % 2], v, oldgain, newgain);
+      PQueueUpdate__(&apart[v % 2], v, oldgain, newgain);
+    }
+    PQueueDelete(&pair[1], 5, (5 * 7) % 5 - 2);
+    PQueueDelete(&apart[1], 5, (5 * 7) % 5 - 2);
+    for (int side = 0; side < 2; side++) EXPECT_EQ(Drain(&pair[side]), Drain(&apart[side]));
+    PQueueFreePair__(pair);
+    PQueueFree__(&apart[0]);
+    PQueueFree__(&apart[1]);
+    EXPECT_EQ(pair[0].links, nullptr);
+    EXPECT_EQ(pair[1].links, nullptr);
+  }
+}
