@@ -444,10 +444,10 @@ void RefineFMImpl(const PartCtrl *ctrl, HGraph *graph, int npasses) {
   CreateScratch(graph, &s, true);
   if (npasses >= 1 && nfixed < 0) errexit__("Refine_FM: negative fixed-vertex count %d", nfixed);
 
-  // Whether a pass may end as soon as no later point can beat its best: not when every move is
-  // traced, and not with negative hyperedge weights (found on the first pass's start), where
-  // the locked-cut bound does not hold.
-  bool nonnegative = true;  // no hyperedge weight is negative (found on the first pass's start)
+  // Whether no hyperedge weight is negative (found on the first pass's start): only then do the
+  // gains stay within the buckets and the locked-cut bound hold. A pass may end as soon as no
+  // later point can beat its best with such weights, unless every move is traced.
+  bool nonnegative = true;
   bool canstop = !(ctrl->run->now.dbglvl & DBG_MOVES);
   int nkept = 0;   // moves the previous pass kept
   int nmoved = 0;  // moves the previous pass made

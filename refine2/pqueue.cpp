@@ -13,7 +13,6 @@ void InitQueue(PQueue *queue, int maxitems, int maxgain, PQueueLink *links) {
   queue->buckets = nullptr;
   queue->heap = nullptr;
   queue->locator = nullptr;
-  queue->ownslinks = true;
 
   if (3LL * maxitems < maxgain) {
     queue->qtype = PQUEUE_HEAP;
@@ -26,13 +25,11 @@ void InitQueue(PQueue *queue, int maxitems, int maxgain, PQueueLink *links) {
   if (maxgain < 0) errexit__("PQueueInit: negative maximum gain %d", maxgain);
   queue->qtype = PQUEUE_BUCKETS;
   queue->gainspan = maxgain;
-  if (links != nullptr) {
-    queue->links = links;
-    queue->ownslinks = false;
-  } else {
-    queue->links = static_cast<PQueueLink *>(RVmalloc__(
-        static_cast<long long>(sizeof(PQueueLink)) * maxitems, "PQueueInit: queue->nodes"));
-  }
+  queue->links =
+      links != nullptr
+          ? links
+          : static_cast<PQueueLink *>(RVmalloc__(
+                static_cast<long long>(sizeof(PQueueLink)) * maxitems, "PQueueInit: queue->nodes"));
   const long long nheads = 2LL * maxgain + 1;
   queue->buckets = ismalloc__(nheads, -1, "PQueueInit: queue->buckets");
   queue->buckets += maxgain;
@@ -71,14 +68,14 @@ void PQueueFree__(PQueue *queue) {
     RVfree__(&queue->heap, &queue->locator);
   } else {
     if (queue->buckets != nullptr) queue->buckets -= queue->gainspan;
-    if (!queue->ownslinks) queue->links = nullptr;
     RVfree__(&queue->links, &queue->buckets);
   }
   queue->maxitems = 0;
 }
 
 void PQueueFreePair__(PQueue pair[2]) {
-  // The second queue's links are the first's, released with the first.
+  // Shared links (bucket mode) are released once, with the first queue.
+  if (pair[1].links == pair[0].links) pair[1].links = nullptr;
   PQueueFree__(&pair[1]);
   PQueueFree__(&pair[0]);
 }

@@ -35,7 +35,6 @@ struct PQueue {
   int gainspan;   // buckets: largest absolute gain G
 
   PQueueLink *links;  // buckets: maxitems links
-  bool ownslinks;     // buckets: links were allocated for this queue (else another's are shared)
   int *buckets;       // buckets: 2G+1 list heads (-1 when empty), shifted by G so that it is
                       // indexed by gain
   KeyValue *heap;     // heap: key = gain, val = item; position 0 is the maximum
