@@ -1,5 +1,5 @@
 // Public entry points: build the control record from the arguments and the options vector,
-// copy the caller's hypergraph, partition or refine it, and hand the result back.
+// take the caller's hypergraph as the top level, partition or refine it, and hand the result back.
 #include <cstddef>
 
 #include "coarsen/coarsen.h"
@@ -109,27 +109,42 @@ void StartRun(const PartCtrl *ctrl) {
   starttimer__(ctrl, ctrl->run->time.TotalTmr);
 }
 
-// Stops the total timer, prints the timers when asked and releases the run's copy.
-void FinishRun(const PartCtrl *ctrl, HGraph *graph) {
-  stoptimer__(ctrl, ctrl->run->time.TotalTmr);
-  if (ctrl->run->now.dbglvl & DBG_TIME) PrintTimers__(&ctrl->run->time, 0);
-  FreeHGraph__(graph);
-}
+// The caller's hypergraph as the run's top level. The run only reads the top level's weights
+// and pin lists (every level below is built anew), so they are used in place instead of copied:
+// a second copy of the input would be the largest block alive at the run's peak. Missing
+// weights become unit weights of the run's own.
+struct TopLevel {
+  HGraph *graph = nullptr;
+  bool owns_cellwgt = false;
+  bool owns_netwgt = false;
+};
 
-// Copies the caller's hypergraph into a fresh record; missing weights become unit weights.
-HGraph *CopyHypergraph(int nvtxs, int nhedges, const int *vwgts, const int *eptr, const int *eind,
-                       const int *hewgts) {
-  HGraph *graph = CreateHGraph__();
+TopLevel BorrowHypergraph(int nvtxs, int nhedges, const int *vwgts, const int *eptr,
+                          const int *eind, const int *hewgts) {
+  TopLevel top;
+  HGraph *graph = top.graph = CreateHGraph__();
   graph->nvtxs = nvtxs;
   graph->nhedges = nhedges;
-  graph->cellwgt = vwgts ? icopy__(nvtxs, vwgts, imalloc__(nvtxs, "HYPRA: graph->cellwgt"))
-                         : ismalloc__(nvtxs, 1, "HYPRA: graph->cellwgt");
-  graph->netwgt = hewgts ? icopy__(nhedges, hewgts, imalloc__(nhedges, "HYPRA: graph->netwgt"))
-                         : ismalloc__(nhedges, 1, "HYPRA: graph->netwgt");
-  graph->netptr = icopy__(nhedges + 1, eptr,
-                          imalloc__(static_cast<long long>(nhedges) + 1, "HYPRA: graph->netptr"));
-  graph->netind = icopy__(eptr[nhedges], eind, imalloc__(eptr[nhedges], "HYPRA: graph->netind"));
-  return graph;
+  top.owns_cellwgt = vwgts == nullptr;
+  top.owns_netwgt = hewgts == nullptr;
+  graph->cellwgt = vwgts ? const_cast<int *>(vwgts) : ismalloc__(nvtxs, 1, "HYPRA: graph->cellwgt");
+  graph->netwgt =
+      hewgts ? const_cast<int *>(hewgts) : ismalloc__(nhedges, 1, "HYPRA: graph->netwgt");
+  graph->netptr = const_cast<int *>(eptr);
+  graph->netind = const_cast<int *>(eind);
+  return top;
+}
+
+// Stops the total timer, prints the timers when asked and releases what the run allocated,
+// leaving the caller's arrays to the caller.
+void FinishRun(const PartCtrl *ctrl, const TopLevel &top) {
+  stoptimer__(ctrl, ctrl->run->time.TotalTmr);
+  if (ctrl->run->now.dbglvl & DBG_TIME) PrintTimers__(&ctrl->run->time, 0);
+  HGraph *graph = top.graph;
+  if (!top.owns_cellwgt) graph->cellwgt = nullptr;
+  if (!top.owns_netwgt) graph->netwgt = nullptr;
+  graph->netptr = graph->netind = nullptr;
+  FreeHGraph__(graph);
 }
 
 // What the parameters-record entry point adds to the options vector: a seed wider than an int,
@@ -195,13 +210,14 @@ void PartRecursive(RunState *run, int nvtxs, int nhedges, const int *vwgts, cons
   ctrl.WeightedRating = ctrl.Quality && nparts == 2 ? 1 : 0;
 
   StartRun(&ctrl);
-  HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
+  const TopLevel top = BorrowHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
+  HGraph *graph = top.graph;
 
   starttimer__(&ctrl, ctrl.run->time.MultilevelTmr);
   const int cut = MultilevelPartition__(&ctrl, graph, part);
   if (edgecut) *edgecut = cut;
   stoptimer__(&ctrl, ctrl.run->time.MultilevelTmr);
-  FinishRun(&ctrl, graph);
+  FinishRun(&ctrl, top);
 }
 
 // The bounded-imbalance mode after the best trial: every level was held to the bound, but
@@ -232,7 +248,8 @@ void PartKway(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int
   const SchedulerOwner sched{ApplySetup(&ctrl, setup, nvtxs, vwgts)};
 
   StartRun(&ctrl);
-  HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
+  const TopLevel top = BorrowHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
+  HGraph *graph = top.graph;
   graph->nfixed = 0;
   // The k-way refiners bound every part by a multiple of the average part weight (with a bound
   // to keep, by the bound, and the factor only keeps parts from growing too light).
@@ -244,7 +261,7 @@ void PartKway(RunState *run, int nvtxs, int nhedges, const int *vwgts, const int
   if (ctrl.Imbalance > 0) best = KeepBoundAfterTrials(&ctrl, graph, part);
   if (objective) *objective = best;
   stoptimer__(&ctrl, ctrl.run->time.MultilevelTmr);
-  FinishRun(&ctrl, graph);
+  FinishRun(&ctrl, top);
 }
 
 // The size of the parameters record before `imbalance` joined it: a caller built against that
@@ -506,7 +523,8 @@ extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const
 
   StartRun(&ctrl);
   ctrl.run->now.TargetFrac = 0.5f;
-  HGraph *graph = CopyHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
+  const TopLevel top = BorrowHypergraph(nvtxs, nhedges, vwgts, eptr, eind, hewgts);
+  HGraph *graph = top.graph;
   graph->nfixed = 0;
   CreateIncidentHGraph__(graph);
   AllocateRefinementMemory__(graph);
@@ -518,5 +536,5 @@ extern "C" void HYPRA_2WayRefine(int nvtxs, int nhedges, const int *vwgts, const
 
   icopy__(nvtxs, graph->where, part);
   if (edgecut) *edgecut = graph->mincut;
-  FinishRun(&ctrl, graph);
+  FinishRun(&ctrl, top);
 }
