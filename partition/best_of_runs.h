@@ -135,7 +135,7 @@ BestOfRunsResult SerialRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgrap
     }
     FreeRootHGraph__(graph);
   }
-  FreeHGraph__(pgraph);
+  FreePrunedHGraph__(graph, pgraph);
   return BestOfRunsResult{best, total};
 }
 
@@ -343,7 +343,7 @@ BestOfRunsResult ParallelRuns__(const PartCtrl *ctrl, HGraph *graph, HGraph *pgr
     }
     FreeRootHGraph__(graph);
   }
-  FreeHGraph__(pgraph);
+  FreePrunedHGraph__(graph, pgraph);
   return BestOfRunsResult{best, total};
 }
 

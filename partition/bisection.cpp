@@ -1,6 +1,7 @@
 // Multilevel bisection: several coarsen / bisect / refine runs from different random starts,
 // optional V-cycles, and the best bisection kept.
 #include <cstdio>
+#include <iterator>
 
 #include "coarsen/coarsen.h"
 #include "partition/best_of_runs.h"
@@ -27,16 +28,18 @@ void RefineFull(const PartCtrl *ctrl, HGraph *graph) {
     Refine_FM__(ctrl, graph, kFullRefinePasses);
 }
 
-}  // namespace
+// Whether some vertex lies in no hyperedge: coarsening moves such islands to the end of the
+// numbering in place, so a hypergraph with islands cannot share its arrays.
+bool HasIslands(const HGraph *graph) {
+  for (int v = 0; v < graph->nvtxs; v++)
+    if (graph->incptr[v + 1] == graph->incptr[v]) return true;
+  return false;
+}
 
-HGraph *PruneHGraph__(const PartCtrl *ctrl, HGraph *graph) {
-  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
+// The pruned hypergraph's own copy of the lists, without the hyperedges above the limit.
+void CopyKeptHyperedges(const PartCtrl *ctrl, const HGraph *graph, HGraph *sgraph) {
+  const int nhedges = graph->nhedges;
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
-
-  HGraph *sgraph = CreateHGraph__();
-  sgraph->nvtxs = nvtxs;
-  sgraph->nfixed = graph->nfixed;
-
   int *snetptr = imalloc__(static_cast<long long>(nhedges) + 1, "PruneHGraph: snetptr");
   int *snetind = imalloc__(netptr[nhedges], "PruneHGraph: snetind");
   int *snetwgt = imalloc__(nhedges, "PruneHGraph: sgraph->netwgt");
@@ -53,9 +56,51 @@ HGraph *PruneHGraph__(const PartCtrl *ctrl, HGraph *graph) {
   sgraph->netind = snetind;
   sgraph->netwgt = snetwgt;
   CreateIncidentHGraph__(sgraph);
-  sgraph->cellwgt =
-      icopy__(nvtxs, graph->cellwgt, imalloc__(nvtxs, "PruneHGraph: sgraph->cellwgt"));
+}
+
+}  // namespace
+
+// The runs only read the pruned hypergraph's weights and lists unless it has islands, so what
+// equals the full hypergraph's is shared rather than copied: everything when no hyperedge is too
+// large, else the cell weights (FreePrunedHGraph__ leaves the shared arrays to the full one).
+HGraph *PruneHGraph__(const PartCtrl *ctrl, HGraph *graph) {
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
+  const int *netptr = graph->netptr;
+
+  HGraph *sgraph = CreateHGraph__();
+  sgraph->nvtxs = nvtxs;
+  sgraph->nfixed = graph->nfixed;
+  bool pruned = false;
+  for (int e = 0; e < nhedges && !pruned; e++)
+    pruned = netptr[e + 1] - netptr[e] > ctrl->MaxNetSize;
+  if (!pruned && graph->incptr != nullptr && !HasIslands(graph)) {
+    sgraph->nhedges = nhedges;
+    sgraph->netptr = graph->netptr;
+    sgraph->netind = graph->netind;
+    sgraph->netwgt = graph->netwgt;
+    sgraph->incptr = graph->incptr;
+    sgraph->incind = graph->incind;
+    sgraph->adjwgt = graph->adjwgt;
+    sgraph->edgewgt = graph->edgewgt;
+    sgraph->cellwgt = graph->cellwgt;
+    return sgraph;
+  }
+  CopyKeptHyperedges(ctrl, graph, sgraph);
+  sgraph->cellwgt = HasIslands(sgraph) ? icopy__(nvtxs, graph->cellwgt,
+                                                 imalloc__(nvtxs, "PruneHGraph: sgraph->cellwgt"))
+                                       : graph->cellwgt;
   return sgraph;
+}
+
+void FreePrunedHGraph__(const HGraph *graph, HGraph *pgraph) {
+  int **const lists[] = {&pgraph->cellwgt, &pgraph->netptr, &pgraph->netind, &pgraph->netwgt,
+                         &pgraph->incptr,  &pgraph->incind, &pgraph->adjwgt};
+  const int *const own[] = {graph->cellwgt, graph->netptr, graph->netind, graph->netwgt,
+                            graph->incptr,  graph->incind, graph->adjwgt};
+  for (size_t i = 0; i < std::size(lists); i++)
+    if (*lists[i] == own[i]) *lists[i] = nullptr;
+  if (pgraph->edgewgt == graph->edgewgt) pgraph->edgewgt = nullptr;
+  FreeHGraph__(pgraph);
 }
 
 int ComputeMaxCellWgt__(const PartCtrl *ctrl, int nvtxs, const int *cellwgt) {

@@ -64,7 +64,10 @@ int PartWeightBound__(long long total, int nparts, double imbalance);
 float BisectionTolerance__(const PartCtrl *ctrl, const HGraph *graph, int nparts, int nleft);
 
 int Hypergraph_Bisection__(const PartCtrl *ctrl, HGraph *graph, int *bisection);
+// The hypergraph the runs partition: graph without its hyperedges of more than MaxNetSize pins.
+// It may share arrays with graph; release it with FreePrunedHGraph__ before graph.
 HGraph *PruneHGraph__(const PartCtrl *ctrl, HGraph *graph);
+void FreePrunedHGraph__(const HGraph *graph, HGraph *pgraph);
 int ComputeMaxCellWgt__(const PartCtrl *ctrl, int nvtxs, const int *cellwgt);
 int VCycleRefinement__(const PartCtrl *ctrl, HGraph *graph, int maxcycles);
 int ComputeActualCut__(const HGraph *graph, const int *where);

@@ -167,13 +167,74 @@ TEST(Bisection, PruneKeepsHyperedgesUpToTheLimit) {
   EXPECT_EQ(p->netptr[2], 52);
   EXPECT_NE(p->incptr, nullptr);
   EXPECT_EQ(p->nvtxs, 60);
-  FreeHGraph__(p);
+  FreePrunedHGraph__(g, p);
   g->nhedges = 0;
   HGraph *empty = PruneHGraph__(&ctrl, g);
   EXPECT_EQ(empty->nhedges, 0);
   EXPECT_EQ(empty->netptr[0], 0);
-  FreeHGraph__(empty);
+  FreePrunedHGraph__(g, empty);
   g->nhedges = 3;
+  FreeHGraph__(g);
+}
+
+TEST(Bisection, PruneSharesTheArraysWhenNoHyperedgeIsTooLarge) {
+  TestHypergraph h;
+  h.nvtxs = 6;
+  h.Add({0, 1, 2}, 2);
+  h.Add({2, 3}, 1);
+  h.Add({3, 4, 5}, 3);
+  HGraph *g = ToHGraph(h);
+  g->nfixed = 0;
+  CreateIncidentHGraph__(g);
+  PartCtrl ctrl = BisectionCtrl(1, 0, 0);
+  HGraph *p = PruneHGraph__(&ctrl, g);
+  EXPECT_EQ(p->nhedges, 3);
+  EXPECT_EQ(p->netind, g->netind);
+  EXPECT_EQ(p->incind, g->incind);
+  EXPECT_EQ(p->edgewgt, g->edgewgt);
+  EXPECT_EQ(p->cellwgt, g->cellwgt);
+  FreePrunedHGraph__(g, p);
+  // The full hypergraph keeps what the pruned one shared (a leak checker sees the rest).
+  EXPECT_EQ(g->netind[4], 3);
+  EXPECT_EQ(g->adjwgt[3], 4);
+  FreeHGraph__(g);
+}
+
+TEST(Bisection, PruneCopiesTheListsWhenItDropsAHyperedge) {
+  TestHypergraph h;
+  h.nvtxs = 60;
+  std::vector<int> big;
+  for (int v = 0; v < 60; v++) big.push_back(v);
+  for (int v = 0; v + 1 < 60; v += 2) h.Add({v, v + 1}, 2);
+  h.Add(big, 1);
+  HGraph *g = ToHGraph(h);
+  g->nfixed = 0;
+  CreateIncidentHGraph__(g);
+  PartCtrl ctrl = BisectionCtrl(1, 0, 0);
+  HGraph *p = PruneHGraph__(&ctrl, g);
+  EXPECT_EQ(p->nhedges, 30);
+  EXPECT_NE(p->netind, g->netind);
+  EXPECT_NE(p->incind, g->incind);
+  EXPECT_EQ(p->cellwgt, g->cellwgt);
+  FreePrunedHGraph__(g, p);
+  EXPECT_EQ(g->nhedges, 31);
+  FreeHGraph__(g);
+}
+
+TEST(Bisection, PruneCopiesEverythingWhenVerticesAreLeftInNoHyperedge) {
+  TestHypergraph h;
+  h.nvtxs = 6;
+  h.Add({0, 1}, 2);
+  h.Add({2, 3}, 1);
+  HGraph *g = ToHGraph(h);
+  g->nfixed = 0;
+  CreateIncidentHGraph__(g);
+  PartCtrl ctrl = BisectionCtrl(1, 0, 0);
+  HGraph *p = PruneHGraph__(&ctrl, g);
+  EXPECT_EQ(p->nhedges, 2);
+  EXPECT_NE(p->netind, g->netind);
+  EXPECT_NE(p->cellwgt, g->cellwgt);
+  FreePrunedHGraph__(g, p);
   FreeHGraph__(g);
 }
 
