@@ -39,8 +39,7 @@ bool SamePins(const int *netptr, const int *netind, int e, int f) {
 }
 
 // Sorts the hyperedges by signature and merges every run of identical pin lists into the copy
-// that the sort put first. dnetmap (may be null) receives hyperedge -> merged hyperedge. The
-// merged arrays are sized like the input and are not shrunk.
+// that the sort put first. dnetmap (may be null) receives hyperedge -> merged hyperedge.
 template <typename Signature>
 Merged MergeIdentical(int nhedges, const int *netptr, const int *netind, const int *netwgt,
                       int *dnetmap, const char *ptrmsg, const char *indmsg, const char *wgtmsg,
@@ -55,37 +54,52 @@ Merged MergeIdentical(int nhedges, const int *netptr, const int *netind, const i
   }
   ikeysort__(m, cand);
 
-  Merged out;
-  out.netptr = imalloc__(m + 1, ptrmsg);
-  out.netind = imalloc__(m > 0 ? netptr[m] : 0, indmsg);
-  out.netwgt = imalloc__(m, wgtmsg);
-  int *dseen = ismalloc__(m, -1, seenmsg);
-
-  out.netptr[0] = 0;
+  // First the runs of identical lists (head[j]: the sorted place of the copy that j merges
+  // into, -1 for a first copy), then the merged lists, in arrays of their exact size: a level
+  // lives on through the whole uncoarsening.
+  int *head = ismalloc__(m, -1, seenmsg);
   int d = 0, npins = 0;
   for (int i = 0; i < m; i++) {
-    if (dseen[i] == 1) continue;
+    if (head[i] != -1) continue;
     const int e = cand[i].val;
-    for (int j = netptr[e], jend = netptr[e + 1]; j < jend; j++) out.netind[npins++] = netind[j];
-    out.netptr[d + 1] = npins;
-    if (dnetmap) dnetmap[e] = d;
-    out.netwgt[d] = netwgt[e];
     const int esize = netptr[e + 1] - netptr[e];
+    d++;
+    npins += esize;
     for (int j = i + 1; j < m; j++) {
-      if (dseen[j] == 1) continue;
+      if (head[j] != -1) continue;
       if (cand[j].key != cand[i].key) break;
       const int f = cand[j].val;
       // A same-signature hyperedge of another size ends the search on purpose.
       if (netptr[f + 1] - netptr[f] != esize) break;
-      if (!SamePins(netptr, netind, e, f)) continue;
-      dseen[j] = 1;
-      if (dnetmap) dnetmap[f] = d;
-      out.netwgt[d] += netwgt[f];
+      if (SamePins(netptr, netind, e, f)) head[j] = i;
     }
-    d++;
   }
+
+  Merged out;
   out.nhedges = d;
-  RVfree__(&cand, &dseen);
+  out.netptr = imalloc__(d + 1LL, ptrmsg);
+  out.netind = imalloc__(npins, indmsg);
+  out.netwgt = imalloc__(d, wgtmsg);
+  out.netptr[0] = 0;
+  d = 0;
+  npins = 0;
+  // One pass in sorted order: a first copy takes the next merged place (kept in its key, no
+  // longer needed), and every later copy joins the place of its first.
+  for (int i = 0; i < m; i++) {
+    const int e = cand[i].val;
+    if (head[i] != -1) {
+      const int merged = cand[head[i]].key;
+      if (dnetmap) dnetmap[e] = merged;
+      out.netwgt[merged] += netwgt[e];
+      continue;
+    }
+    for (int j = netptr[e], jend = netptr[e + 1]; j < jend; j++) out.netind[npins++] = netind[j];
+    out.netptr[d + 1] = npins;
+    if (dnetmap) dnetmap[e] = d;
+    out.netwgt[d] = netwgt[e];
+    cand[i].key = d++;
+  }
+  RVfree__(&cand, &head);
   return out;
 }
 
@@ -149,7 +163,9 @@ void BuildIncidence(const HGraph *graph, HGraph *coarser, int *htable) {
   const int *incptr = graph->incptr, *incind = graph->incind, *cellwgt = graph->cellwgt;
   const int *cnetwgt = coarser->netwgt;
   int *cincptr = imalloc__(cnvtxs + 1, "CreateCoarseHGraph: coarser->incptr");
-  int *cincind = imalloc__(incptr[graph->nvtxs], "CreateCoarseHGraph: coarser->incind");
+  // Every pin of a coarse hyperedge is one entry of its vertex's list, and no more.
+  const int capacity = coarser->netptr[coarser->nhedges];
+  int *cincind = imalloc__(capacity, "CreateCoarseHGraph: coarser->incind");
   int *ccellwgt = imalloc__(cnvtxs, "CreateCoarseHGraph: coarser->cellwgt");
   int *cadjwgt = imalloc__(cnvtxs, "CreateCoarseHGraph: coarser->adjwgt");
 
@@ -170,6 +186,9 @@ void BuildIncidence(const HGraph *graph, HGraph *coarser, int *htable) {
       for (int t = incptr[v], tend = incptr[v + 1]; t < tend; t++) {
         const int ch = netmap[incind[t]];
         if (ch != -1 && htable[ch] != c) {
+          // Only groups that disagree with the vertex map could list more.
+          if (ninc == capacity)
+            errexit__("CreateCoarseHGraph: group %d meets more hyperedges than its pins\n", c);
           cincind[ninc++] = ch;
           htable[ch] = c;
           adjwgt += cnetwgt[ch];
@@ -225,7 +244,7 @@ void CreateCoarseHGraph__(const PartCtrl *ctrl, HGraph *graph, int cnvtxs) {
   coarser->netwgt = merged.netwgt;
   coarser->nhedges = merged.nhedges;
 
-  coarser->edgewgt = fmalloc__(nhedges, "CreateCoarseHGraph: coarser->edgewgt");
+  coarser->edgewgt = fmalloc__(coarser->nhedges, "CreateCoarseHGraph: coarser->edgewgt");
   for (int e = 0; e < coarser->nhedges; e++)
     coarser->edgewgt[e] = static_cast<float>(
         static_cast<double>(coarser->netwgt[e]) /
