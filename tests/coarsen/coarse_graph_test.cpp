@@ -143,6 +143,34 @@ TEST(CreateCoarseHGraph, SingletonGroupsKeepHyperedgesSortedAndMerged) {
   testgraphs::FreeChain(g);
 }
 
+TEST(CreateCoarseHGraph, ThreeCopiesMergeAroundOthers) {
+  // Three copies of one hyperedge in different pin orders, with hyperedges of the same size and
+  // of another size between them: one coarse hyperedge carries the copies' summed weight, the
+  // others stay as they are, and the lists hold exactly the kept pins.
+  PartCtrl ctrl = MakeCtrl();
+  HGraph *g =
+      testgraphs::Make(5, {{0, 1, 2}, {3, 4}, {2, 0, 1}, {0, 1, 3}, {1, 2, 0}}, {1, 2, 4, 8, 16});
+  SetGrouping(g, {0, 1, 2, 3, 4}, 5);
+  CreateCoarseHGraph__(&ctrl, g, 5);
+  HGraph *c = g->coarser;
+  ASSERT_EQ(c->nhedges, 3);
+  EXPECT_EQ(g->netmap[0], g->netmap[2]);
+  EXPECT_EQ(g->netmap[0], g->netmap[4]);
+  EXPECT_NE(g->netmap[0], g->netmap[3]);
+  EXPECT_EQ(Pins(c, g->netmap[0]), (std::vector<int>{0, 1, 2}));
+  EXPECT_EQ(c->netwgt[g->netmap[0]], 21);
+  EXPECT_EQ(Pins(c, g->netmap[1]), (std::vector<int>{3, 4}));
+  EXPECT_EQ(c->netwgt[g->netmap[1]], 2);
+  EXPECT_EQ(Pins(c, g->netmap[3]), (std::vector<int>{0, 1, 3}));
+  EXPECT_EQ(c->netwgt[g->netmap[3]], 8);
+  EXPECT_EQ(c->netptr[3], 8);
+  EXPECT_EQ(c->incptr[5], 8);
+  EXPECT_EQ(c->adjwgt[0], 29);
+  EXPECT_EQ(c->adjwgt[4], 2);
+  EXPECT_EQ(c->lostwgt, 0);
+  testgraphs::FreeChain(g);
+}
+
 TEST(CreateCoarseHGraph, MoreGroupsThanVerticesAndHyperedgesFit) {
   // With contracted fixed vertices the group count may exceed both sizes; the marker array must
   // still cover every coarse vertex.
