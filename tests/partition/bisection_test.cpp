@@ -29,6 +29,14 @@ PartCtrl BisectionCtrl(int nruns, int vcycle, int dbglvl) {
   return ctrl;
 }
 
+// The hypergraph as the runs receive it: no fixed vertices, incidence lists built.
+HGraph *RunInput(const TestHypergraph &h) {
+  HGraph *g = ToHGraph(h);
+  g->nfixed = 0;
+  CreateIncidentHGraph__(g);
+  return g;
+}
+
 // "[%d, %d]" pieces: the cut before and after refining on the full hypergraph.
 int FullRefinements(const std::string &out) {
   std::regex re("\\[[0-9]+, [0-9]+\\]");
@@ -183,9 +191,7 @@ TEST(Bisection, PruneSharesTheArraysWhenNoHyperedgeIsTooLarge) {
   h.Add({0, 1, 2}, 2);
   h.Add({2, 3}, 1);
   h.Add({3, 4, 5}, 3);
-  HGraph *g = ToHGraph(h);
-  g->nfixed = 0;
-  CreateIncidentHGraph__(g);
+  HGraph *g = RunInput(h);
   PartCtrl ctrl = BisectionCtrl(1, 0, 0);
   HGraph *p = PruneHGraph__(&ctrl, g);
   EXPECT_EQ(p->nhedges, 3);
@@ -207,9 +213,7 @@ TEST(Bisection, PruneCopiesTheListsWhenItDropsAHyperedge) {
   for (int v = 0; v < 60; v++) big.push_back(v);
   for (int v = 0; v + 1 < 60; v += 2) h.Add({v, v + 1}, 2);
   h.Add(big, 1);
-  HGraph *g = ToHGraph(h);
-  g->nfixed = 0;
-  CreateIncidentHGraph__(g);
+  HGraph *g = RunInput(h);
   PartCtrl ctrl = BisectionCtrl(1, 0, 0);
   HGraph *p = PruneHGraph__(&ctrl, g);
   EXPECT_EQ(p->nhedges, 30);
@@ -226,9 +230,7 @@ TEST(Bisection, PruneCopiesEverythingWhenVerticesAreLeftInNoHyperedge) {
   h.nvtxs = 6;
   h.Add({0, 1}, 2);
   h.Add({2, 3}, 1);
-  HGraph *g = ToHGraph(h);
-  g->nfixed = 0;
-  CreateIncidentHGraph__(g);
+  HGraph *g = RunInput(h);
   PartCtrl ctrl = BisectionCtrl(1, 0, 0);
   HGraph *p = PruneHGraph__(&ctrl, g);
   EXPECT_EQ(p->nhedges, 2);
