@@ -245,6 +245,10 @@ void InitRunValues__(RunValues *now, const PartCtrl *ctrl);
 HGraph *CreateHGraph__();
 void InitHGraph__(HGraph *graph);
 void FreeHGraph__(HGraph *graph);
+// A coarse level about to be projected: everything but its partition (where) and its island map
+// goes, so that its arrays are not alive beside the finer level's new records. FreeHGraph__ still
+// ends it.
+void ReleaseAllButPartition__(HGraph *graph);
 void FreeRootHGraph__(HGraph *graph);
 void CreateIncidentHGraph__(HGraph *graph);
 // A run of its own on a root hypergraph: a copy of everything a run may rewrite in place (the

@@ -49,6 +49,14 @@ void FreeHGraph__(HGraph *graph) {
   ReleaseMemory__(graph);
 }
 
+void ReleaseAllButPartition__(HGraph *graph) {
+  RVfree__(&graph->incptr, &graph->incind, &graph->netptr, &graph->netind, &graph->cellwgt,
+           &graph->netwgt, &graph->adjwgt, &graph->edgewgt, &graph->cellmap, &graph->netmap,
+           &graph->mptr, &graph->mind, &graph->gain, &graph->ndeg[0], &graph->ndeg[1],
+           &graph->kpwgts, &graph->nrinfo, &graph->crinfo, &graph->nrdata, &graph->crdata,
+           &graph->kslot);
+}
+
 void FreeRootHGraph__(HGraph *graph) {
   RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->gain,
            &graph->ndeg[0], &graph->ndeg[1], &graph->islandmap, &graph->where, &graph->kpwgts,

@@ -49,6 +49,9 @@ void ProjectKwayPartition__(const PartCtrl *ctrl, HGraph *graph) {
   starttimer__(ctrl, ctrl->run->time.ProjectTmr);
   HGraph *finer = graph->finer;
   HandOverKwayPool__(graph, finer);
+  // The projection reads only the coarse partition: the coarse level's hypergraph and records go
+  // before the finer level's records arrive, so that the two never sit side by side at the peak.
+  ReleaseAllButPartition__(graph);
   AllocateKwayRefinementMemory__(ctrl, finer);
   const int *cellmap = finer->cellmap, *cwhere = graph->where;
   const int ncoarse = graph->nvtxs + graph->nislands;

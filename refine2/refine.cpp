@@ -71,6 +71,8 @@ void ProjectPartition__(const PartCtrl *ctrl, HGraph *coarse) {
   starttimer__(ctrl, ctrl->run->time.ProjectTmr);
   HGraph *fine = coarse->finer;
   if (fine == nullptr) errexit__("ProjectPartition: the hypergraph has no finer level");
+  // Only the coarse partition is read from here on.
+  ReleaseAllButPartition__(coarse);
   AllocateRefinementMemory__(fine);
   const int *cellmap = fine->cellmap, *cwhere = coarse->where;
   int *where = fine->where;

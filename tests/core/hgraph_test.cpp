@@ -50,6 +50,33 @@ TEST(HGraph, CreateGivesDefaultsAndZeroedUntouchedFields) {
   FreeHGraph__(g);
 }
 
+// A coarse level about to be projected keeps what the projection reads and nothing else.
+TEST(HGraph, ReleaseAllButPartitionKeepsThePartitionAndIslandMapOnly) {
+  HGraph *g = MakeGraph(3, {{0, 1}, {1, 2}});
+  CreateIncidentHGraph__(g);
+  g->where = imalloc__(3, "test: where");
+  g->islandmap = imalloc__(1, "test: islandmap");
+  g->gain = imalloc__(3, "test: gain");
+  g->cellmap = imalloc__(3, "test: cellmap");
+  for (int v = 0; v < 3; v++) g->where[v] = v % 2;
+  int *const where = g->where;
+  ReleaseAllButPartition__(g);
+  EXPECT_EQ(g->where, where);
+  EXPECT_EQ(g->where[2], 0);
+  EXPECT_NE(g->islandmap, nullptr);
+  EXPECT_EQ(g->netptr, nullptr);
+  EXPECT_EQ(g->netind, nullptr);
+  EXPECT_EQ(g->incptr, nullptr);
+  EXPECT_EQ(g->incind, nullptr);
+  EXPECT_EQ(g->cellwgt, nullptr);
+  EXPECT_EQ(g->netwgt, nullptr);
+  EXPECT_EQ(g->adjwgt, nullptr);
+  EXPECT_EQ(g->edgewgt, nullptr);
+  EXPECT_EQ(g->gain, nullptr);
+  EXPECT_EQ(g->cellmap, nullptr);
+  FreeHGraph__(g);
+}
+
 TEST(HGraph, InitLeavesUnlistedFieldsAlone) {
   HGraph g{};
   g.isroot = 1;
