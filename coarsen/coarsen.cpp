@@ -102,11 +102,21 @@ void GroupLevel(const PartCtrl *ctrl, HGraph *graph, Scratch &s, int built, bool
   scheme->group(ctrl, graph, s, built, slow);
 }
 
+// What only the grouping of a level and the building of its coarser level read: the groups
+// (mptr, mind), the hyperedge map and the rating weights. Uncoarsening needs none of them, and
+// held on every level they would stay alive through the whole hierarchy. The first level's
+// rating weights may belong to the caller's hypergraph, so they stay.
+void ReleaseGroupingWork(HGraph *level) {
+  RVfree__(&level->mptr, &level->mind, &level->netmap);
+  if (level->level > 0) RVfree__(&level->edgewgt);
+}
+
 // Builds one coarser level from current and gives it its number; returns it.
 template <typename Step>
 HGraph *NextLevel(const PartCtrl *ctrl, HGraph *current, int built, Step step) {
   SeparateIslands__(current);
   step(current);
+  ReleaseGroupingWork(current);
   HGraph *coarser = current->coarser;
   coarser->level = built;
   if (ctrl->run->now.dbglvl & DBG_COARSEN) PrintLevel(ctrl, coarser);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -41,36 +42,41 @@ void CheckLevel(const HGraph *f, const HGraph *c) {
   for (int v = 0; v < ngroups; v++) cw += c->cellwgt[v];
   EXPECT_EQ(fw, cw);
 
-  // mptr/mind list every finer vertex exactly once, with one coarse vertex per group.
-  ASSERT_EQ(f->mptr[0], 0);
-  ASSERT_EQ(f->mptr[ngroups], f->nvtxs);
-  std::vector<int> seen(f->nvtxs, 0);
-  for (int g = 0; g < ngroups; g++) {
-    for (int j = f->mptr[g]; j < f->mptr[g + 1]; j++) {
-      const int v = f->mind[j];
-      ASSERT_TRUE(v >= 0 && v < f->nvtxs);
-      seen[v]++;
-      EXPECT_EQ(f->cellmap[v], f->cellmap[f->mind[f->mptr[g]]]);
-    }
+  // Every finer vertex lies in one coarse vertex, and each coarse vertex weighs what its
+  // members do. (The groups and the hyperedge map of a level are gone once its coarser level is
+  // built; the maps that stay must tell the same story.)
+  std::vector<long long> members(ngroups, 0);
+  for (int v = 0; v < f->nvtxs; v++) {
+    ASSERT_TRUE(f->cellmap[v] >= 0 && f->cellmap[v] < ngroups) << "vertex " << v;
+    members[f->cellmap[v]] += f->cellwgt[v];
   }
-  for (int v = 0; v < f->nvtxs; v++) ASSERT_EQ(seen[v], 1);
+  for (int g = 0; g < ngroups; g++) EXPECT_EQ(members[g], c->cellwgt[g]) << "coarse vertex " << g;
 
   long long fn = f->lostwgt, cn = c->lostwgt;
   for (int e = 0; e < f->nhedges; e++) fn += f->netwgt[e];
   for (int e = 0; e < c->nhedges; e++) cn += c->netwgt[e];
   EXPECT_EQ(fn, cn);
 
-  for (int h = 0; h < f->nhedges; h++) {
-    const std::vector<int> pins = CoarsePins(f, h);
-    if (f->netmap[h] == -1) {
-      EXPECT_EQ(pins.size(), 1u);
-      continue;
-    }
-    const int e = f->netmap[h];
+  // A finer hyperedge with pins in two coarse vertices or more becomes the coarse hyperedge on
+  // exactly those vertices, which carries the weight of all the finer ones that became it; one
+  // with a single coarse pin vanishes.
+  std::map<std::vector<int>, int> coarse;
+  for (int e = 0; e < c->nhedges; e++) {
     std::vector<int> cp(c->netind + c->netptr[e], c->netind + c->netptr[e + 1]);
     std::sort(cp.begin(), cp.end());
-    ASSERT_EQ(pins, cp) << "hyperedge " << h;
+    EXPECT_GE(cp.size(), 2u) << "coarse hyperedge " << e;
+    ASSERT_TRUE(coarse.emplace(cp, e).second) << "coarse hyperedge " << e << " is a duplicate";
   }
+  std::vector<long long> merged(c->nhedges, 0);
+  for (int h = 0; h < f->nhedges; h++) {
+    const std::vector<int> pins = CoarsePins(f, h);
+    if (pins.size() == 1) continue;
+    const auto it = coarse.find(pins);
+    ASSERT_NE(it, coarse.end()) << "hyperedge " << h;
+    merged[it->second] += f->netwgt[h];
+  }
+  for (int e = 0; e < c->nhedges; e++)
+    EXPECT_EQ(merged[e], c->netwgt[e]) << "coarse hyperedge " << e;
 }
 
 void CheckHierarchy(HGraph *g, int ctype) {
