@@ -41,11 +41,8 @@ void InitHGraph__(HGraph *graph) {
 }
 
 void FreeHGraph__(HGraph *graph) {
-  RVfree__(&graph->incptr, &graph->incind, &graph->netptr, &graph->netind, &graph->cellwgt,
-           &graph->netwgt, &graph->adjwgt, &graph->edgewgt, &graph->cellmap, &graph->netmap,
-           &graph->islandmap, &graph->mptr, &graph->mind, &graph->gain, &graph->ndeg[0],
-           &graph->ndeg[1], &graph->where, &graph->kpwgts, &graph->nrinfo, &graph->crinfo,
-           &graph->nrdata, &graph->crdata, &graph->kslot);
+  ReleaseAllButPartition__(graph);
+  RVfree__(&graph->islandmap, &graph->where);
   ReleaseMemory__(graph);
 }
 
