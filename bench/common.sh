@@ -16,3 +16,13 @@ bench_build_program() {
   cmake --build "$root/build" -j"$(nproc)" --target hypra_advanced >/dev/null
   prog="$root/build/hypra-advanced"
 }
+
+# Prints the pins of a hypergraph file: the vertices listed on its hyperedge lines, without the
+# weight that formats 1 and 11 (the header's third number) put first on each. Comment lines (%)
+# may come anywhere; vertex weight lines after the hyperedges are not counted.
+bench_count_pins() {
+  awk '/^%/ { next }
+       !started { started = 1; weighted = ($3 == 1 || $3 == 11); nh = $1; next }
+       nh > 0 { pins += NF - weighted; nh-- }
+       END { print pins + 0 }' "$1"
+}

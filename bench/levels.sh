@@ -25,13 +25,7 @@ bench_build_program
 
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
-# The input's pins: the sum of the hyperedge lines' vertex counts, less their weights when the
-# format (second number of the header line: 1 or 11) puts a weight first.
-# Comment lines (%) may come anywhere.
-pins=$(awk '/^%/ { next }
-            !started { started = 1; weighted = ($3 == 1 || $3 == 11); nh = $1; next }
-            nh > 0 { pins += NF - weighted; nh-- }
-            END { print pins + 0 }' "$file")
+pins=$(bench_count_pins "$file")
 /usr/bin/time -f "TIME %U %S" -o "$tmp/time" "$prog" "$file" "$nparts" "$@" --dbglvl 1 \
   --out "$tmp/part" >"$tmp/trace"
 awk -v file="$file" -v nparts="$nparts" -v pins="$pins" '

@@ -11,6 +11,7 @@ seeds="${SEEDS:-1 2 3}"
 nseeds=$(wc -w <<<"$seeds")
 root="$(cd "$(dirname "$0")/.." && pwd)"
 bench_dir="${1:-$root/../shared/bench}"
+source "$root/bench/common.sh"
 out="$root/bench"
 # Check the inputs before anything committed is touched.
 [ -d "$bench_dir" ] || { echo "bench/run.sh: no benchmark folder $bench_dir" >&2; exit 1; }
@@ -38,7 +39,7 @@ echo "instance,vertices,pins,method,k,ubfactor,cut,soed,largest_share,cpu_second
 for file in "${inputs[@]}"; do
   name=$(basename "$file" .hgr)
   read -r _ nv < <(grep -v '^%' "$file" | head -n 1)
-  pins=$(grep -v '^%' "$file" | tail -n +2 | wc -w)
+  pins=$(bench_count_pins "$file")
   for cfg in "${configs[@]}"; do
     read -r method k ub <<<"$cfg"
     extra=()
