@@ -22,6 +22,10 @@ struct FlowSettings {
   // factor of 1, where every cut fits. Values below 1 count as 1; 16 works well.
   double regionscale;
   int maxrounds;  // rounds over all adjacent pairs, repeated while one improved the objective
+  // A bound per part (nparts entries) in place of maxpartwgt, for parts meant to differ in size
+  // (the two sides of a bisection whose halves will hold different numbers of parts). There
+  // the even split of a pair is the one proportional to the two bounds. Null: maxpartwgt.
+  const long long *partcap = nullptr;
 };
 
 // Refines part (nvtxs entries in 0..nparts-1) of graph in place. Reads only nvtxs, nhedges,

@@ -61,7 +61,7 @@ struct FlowContext {
   int *part = nullptr;
   const int *fixedpart = nullptr;
   int objective = FLOW_OBJ_CUT;
-  long long maxpartwgt = 0;
+  std::vector<long long> cap;  // per part: no part may end above it
   const int *incptr = nullptr;
   const int *incind = nullptr;
   std::vector<int> ownincptr, ownincind;  // the incidence, when the hypergraph has none
@@ -89,8 +89,10 @@ struct FlowContext {
   std::vector<char> pinned;  // per region vertex: already made to stay on one side
 };
 
+// partcap: null, or a bound per part that replaces maxpartwgt.
 void InitFlowContext__(FlowContext *ctx, const HGraph *graph, int nparts, int *part,
-                       const int *fixedpart, int objective, long long maxpartwgt);
+                       const int *fixedpart, int objective, long long maxpartwgt,
+                       const long long *partcap = nullptr);
 // Collects ctx->cutnets afresh from the partition.
 void CollectCutNets__(FlowContext *ctx);
 // Moves v to part `to`, keeping the part weights and the list of cut hyperedges.

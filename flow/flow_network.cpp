@@ -8,13 +8,17 @@
 namespace hypra {
 
 void InitFlowContext__(FlowContext *ctx, const HGraph *graph, int nparts, int *part,
-                       const int *fixedpart, int objective, long long maxpartwgt) {
+                       const int *fixedpart, int objective, long long maxpartwgt,
+                       const long long *partcap) {
   ctx->graph = graph;
   ctx->nparts = nparts;
   ctx->part = part;
   ctx->fixedpart = fixedpart;
   ctx->objective = objective;
-  ctx->maxpartwgt = maxpartwgt;
+  if (partcap != nullptr)
+    ctx->cap.assign(partcap, partcap + nparts);
+  else
+    ctx->cap.assign(nparts, maxpartwgt);
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
   if (graph->incptr != nullptr && graph->incind != nullptr) {
     ctx->incptr = graph->incptr;

@@ -50,7 +50,7 @@ long long FlowRefine__(const PartCtrl *ctrl, const HGraph *graph, int nparts, in
                        const int *fixedpart, const FlowSettings &s) {
   if (graph->nvtxs == 0 || nparts < 2) return 0;
   FlowContext ctx;
-  InitFlowContext__(&ctx, graph, nparts, part, fixedpart, s.objective, s.maxpartwgt);
+  InitFlowContext__(&ctx, graph, nparts, part, fixedpart, s.objective, s.maxpartwgt, s.partcap);
   const long long before = FlowObjective__(&ctx);
   const double scale = s.regionscale > 1 ? s.regionscale : 1.0;
   // changed[p]: part p changed in this round (or, in the first, is new to the refinement).

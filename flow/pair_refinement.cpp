@@ -12,16 +12,34 @@ namespace hypra {
 
 namespace {
 
+// The share of part `to` in the even split of the pair: half, or with bounds that differ, the
+// share proportional to them.
+long long EvenShare(const FlowContext *ctx, int from, int to) {
+  const long long both = ctx->pwgts[from] + ctx->pwgts[to];
+  const long long capfrom = ctx->cap[from], capto = ctx->cap[to];
+  if (capfrom == capto || capfrom + capto <= 0) return (both + 1) / 2;
+  return static_cast<long long>(std::ceil(static_cast<double>(both) * static_cast<double>(capto) /
+                                          static_cast<double>(capfrom + capto)));
+}
+
 // The region of one side may hold at most scale x the room left in the other part, counted from
 // the even split of the pair when that part is lighter (a light part's room is better spent
 // on the balance than on a region that strays far from the boundary). With a factor of 1 every
 // cut fits; larger factors give the flow more freedom at the risk that the best cut does not.
 long long RegionLimit(const FlowContext *ctx, int from, int to, double scale) {
-  const long long even = (ctx->pwgts[from] + ctx->pwgts[to] + 1) / 2;
-  const long long room = std::max(0LL, ctx->maxpartwgt - std::max(ctx->pwgts[to], even));
+  const long long even = EvenShare(ctx, from, to);
+  const long long room = std::max(0LL, ctx->cap[to] - std::max(ctx->pwgts[to], even));
   const double scaled = std::floor(scale * static_cast<double>(room));
   const double whole = static_cast<double>(ctx->pwgts[from]);
   return static_cast<long long>(std::min(scaled, whole));
+}
+
+// How full the fuller part of the pair would be with weights wa and wb: the heavier weight when
+// the two bounds are equal, else the larger product of a weight and the other part's bound (the
+// fuller part relative to its own bound). Weights and bounds fit in ints, so the products fit.
+long long Load(const FlowContext *ctx, int a, int b, long long wa, long long wb) {
+  if (ctx->cap[a] == ctx->cap[b]) return std::max(wa, wb);
+  return std::max(wa * ctx->cap[b], wb * ctx->cap[a]);
 }
 
 // The most balanced cut of the chain that fits: the index of its last piece, or -1. Also tells
@@ -29,7 +47,7 @@ long long RegionLimit(const FlowContext *ctx, int from, int to, double scale) {
 // part b too heavy).
 struct ChainChoice {
   int best = -1;
-  long long heavier = 0;
+  long long load = 0;  // of the chosen cut, as Load computes it
   bool light = false;
   long long missby = 0;  // by how much that cut misses
 };
@@ -42,8 +60,8 @@ ChainChoice ChooseCut(const FlowContext *ctx, int a, int b, std::vector<long lon
   const long long wa0 = ctx->pwgts[a], wb0 = ctx->pwgts[b];
   const long long total = wa0 + wb0;
   // A part already above the bound may not grow; any other may not go above it.
-  const long long capa = std::max(ctx->maxpartwgt, wa0);
-  const long long capb = std::max(ctx->maxpartwgt, wb0);
+  const long long capa = std::max(ctx->cap[a], wa0);
+  const long long capb = std::max(ctx->cap[b], wb0);
   ChainChoice choice;
   long long bestshift = 0, missby = -1;
   choice.missby = 0;
@@ -60,12 +78,11 @@ ChainChoice ChooseCut(const FlowContext *ctx, int a, int b, std::vector<long lon
       }
       continue;
     }
-    const long long heavier = std::max(wa, wb);
+    const long long load = Load(ctx, a, b, wa, wb);
     const long long shift = std::llabs(wa - wa0);
-    if (choice.best < 0 || heavier < choice.heavier ||
-        (heavier == choice.heavier && shift < bestshift)) {
+    if (choice.best < 0 || load < choice.load || (load == choice.load && shift < bestshift)) {
       choice.best = i;
-      choice.heavier = heavier;
+      choice.load = load;
       bestshift = shift;
     }
   }
@@ -137,7 +154,7 @@ PairOutcome RefinePairOnce__(FlowContext *ctx, int a, int b, double scale) {
     return outcome;
   }
   outcome.fitted = true;
-  if (gain == 0 && choice.heavier >= std::max(wa0, wb0)) {
+  if (gain == 0 && choice.load >= Load(ctx, a, b, wa0, wb0)) {
     ClearPairRegion__(ctx);
     return outcome;
   }

@@ -208,8 +208,10 @@ struct Bisection {
   void OpenVCycleTrace(const PartCtrl *ctrl, const HGraph *) const {
     Printf__(ctrl, "          [");
   }
+  // The quality preset adds flows to the V-cycles' levels only: there a single partition is
+  // refined, while the runs before them would pay for the flows once each.
   void RefineCoarsened(const PartCtrl *ctrl, HGraph *graph, HGraph *coarsest) const {
-    Refine__(ctrl, graph, coarsest);
+    Refine__(ctrl, graph, coarsest, ctrl->Quality != 0);
   }
 };
 

@@ -65,6 +65,13 @@ void RefineLevel(const PartCtrl *ctrl, HGraph *graph, int coarselevel) {
   refiner->refine(ctrl, graph, coarselevel);
 }
 
+// The level's refiner; with flows, a flow step after it, and when the flows moved the boundary,
+// the refiner once more from there.
+void RefineLevelWithFlows(const PartCtrl *ctrl, HGraph *graph, int coarselevel, bool flows) {
+  RefineLevel(ctrl, graph, coarselevel);
+  if (flows && FlowRefineBisection__(ctrl, graph) > 0) RefineLevel(ctrl, graph, coarselevel);
+}
+
 }  // namespace
 
 void ProjectPartition__(const PartCtrl *ctrl, HGraph *coarse) {
@@ -82,20 +89,21 @@ void ProjectPartition__(const PartCtrl *ctrl, HGraph *coarse) {
   stoptimer__(ctrl, ctrl->run->time.ProjectTmr);
 }
 
-void Refine__(const PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest) {
+void Refine__(const PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest, bool flows) {
   // Levels between the coarsest and its two finer neighbours get different refiners (RType 3).
   struct TwoWayLevel {
     int coarselevel;
+    bool flows;
     void Project(const PartCtrl *c, HGraph *coarse) const { ProjectPartition__(c, coarse); }
     void Refine(const PartCtrl *c, HGraph *graph) const {
       if (graph->nvtxs <= 0)
         ComputeInitGains__(graph);
       else
-        RefineLevel(c, graph, coarselevel);
+        RefineLevelWithFlows(c, graph, coarselevel, flows);
     }
     void PlaceIslands(const PartCtrl *, HGraph *graph) const { PartitionIslands__(graph); }
   };
-  Uncoarsen__(ctrl, orggraph, coarsest, TwoWayLevel{coarsest->level});
+  Uncoarsen__(ctrl, orggraph, coarsest, TwoWayLevel{coarsest->level, flows});
 }
 
 bool IsTwoWayRefiner__(int rtype) {

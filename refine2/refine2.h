@@ -15,8 +15,15 @@ void ProjectPartition__(const PartCtrl *ctrl, HGraph *coarse);
 bool IsTwoWayRefiner__(int rtype);
 const char *TwoWayRefinerName__(int rtype);
 
-// Projects and refines from coarsest up to orggraph, leaving where and mincut on orggraph.
-void Refine__(const PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest);
+// Projects and refines from coarsest up to orggraph, leaving where and mincut on orggraph. With
+// flows, each level's refinement is followed by FlowRefineBisection__, and by the level's
+// refiner again when that lowered the cut.
+void Refine__(const PartCtrl *ctrl, HGraph *orggraph, HGraph *coarsest, bool flows = false);
+
+// Moves vertices between the two sides along minimum cuts of flow networks around their common
+// boundary, within the balance bounds the FM keeps, when that lowers the cut; the two-way state
+// (gains, side weights, mincut) is recomputed then. Returns the gain.
+int FlowRefineBisection__(const PartCtrl *ctrl, HGraph *graph);
 
 void Refine_FM__(const PartCtrl *ctrl, HGraph *graph, int npasses);
 void Refine_FM2__(const PartCtrl *ctrl, HGraph *graph, int npasses);

@@ -68,7 +68,7 @@ _PRESETS = {"default": _hypra.PRESET_DEFAULT, "quality": _hypra.PRESET_QUALITY}
 def _quality_runs(k: int) -> int:
     # As hypra-advanced: the quality preset spends its time on k-way refinement rather than on
     # many runs per bisection.
-    return 6 if k <= 2 else 4 if k <= 4 else 3 if k <= 8 else 2
+    return 4 if k <= 4 else 3 if k <= 8 else 2
 _INT32_MAX = 2**31 - 1
 _MAX_THREADS = 4096
 

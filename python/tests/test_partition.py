@@ -114,8 +114,8 @@ def test_quality_preset_keeps_the_bound_and_repeats(medium, method):
 
 
 def test_quality_preset_runs_as_the_program_does(medium):
-    # Without runs the preset picks its own count, as hypra-advanced does: six for one bisection.
-    for k, runs in ((2, 6), (4, 4), (6, 3), (16, 2)):
+    # Without runs the preset picks its own count, as hypra-advanced does: four up to four parts.
+    for k, runs in ((2, 4), (4, 4), (6, 3), (16, 2)):
         chosen = hypra.partition(medium, k, seed=3, preset="quality")
         named = hypra.partition(medium, k, seed=3, preset="quality", runs=runs)
         assert np.array_equal(chosen.parts, named.parts), k

@@ -127,6 +127,55 @@ TEST(FlowRefine, WithoutFixedVerticesOrWeights) {
   }
 }
 
+// Bounds that differ per part (a bisection into one part and two, say): no part ends above its
+// own bound, a uniform bound between the two would be wrong for both, and the objective never
+// gets worse.
+TEST(FlowRefine, PerPartBoundsAreEachKept) {
+  Lcg rng(47);
+  long long totalgain = 0;
+  for (int trial = 0; trial < 120; trial++) {
+    const int nparts = 2 + trial % 3;
+    const int objective = trial % 2 == 0 ? FLOW_OBJ_CUT : FLOW_OBJ_KM1;
+    Case c = RandomCase(rng, nparts);
+    const long long total = TotalWeight(c.in);
+    // Part 0 is meant to hold one share, the others two each.
+    const int shares = 2 * nparts - 1;
+    std::vector<long long> caps(nparts);
+    for (int p = 0; p < nparts; p++)
+      caps[p] = total * (p == 0 ? 1 : 2) / shares + total * (1 + rng.Next(6)) / 100 + 4;
+    // A start within those bounds: vertices in random order, each into a part with room.
+    std::vector<int> order(c.in.nvtxs);
+    for (int v = 0; v < c.in.nvtxs; v++) order[v] = v;
+    for (int i = c.in.nvtxs - 1; i > 0; i--) std::swap(order[i], order[rng.Next(i + 1)]);
+    std::vector<long long> w(nparts, 0);
+    for (int v : order) {
+      int p = rng.Next(nparts);
+      while (w[p] + c.in.cellwgt[v] > caps[p]) p = (p + 1) % nparts;
+      c.part[v] = p;
+      w[p] += c.in.cellwgt[v];
+    }
+    for (int v = 0; v < c.in.nvtxs; v++)
+      if (c.fixed[v] >= 0) c.fixed[v] = c.part[v];
+    HGraph *g = ToGraph(c.in, trial % 2 == 0);
+    const long long before = Objective(c.in, c.part, objective);
+    std::vector<int> part = c.part;
+    FlowSettings s{objective, 0, 16.0, 8};  // maxpartwgt 0: only the per-part bounds may count
+    s.partcap = caps.data();
+    const long long gain = FlowRefine__(nullptr, g, nparts, part.data(), c.fixed.data(), s);
+    EXPECT_GE(gain, 0);
+    EXPECT_EQ(gain, before - Objective(c.in, part, objective)) << "trial " << trial;
+    const std::vector<long long> after = PartWeights(c.in, part, nparts);
+    for (int p = 0; p < nparts; p++) EXPECT_LE(after[p], caps[p]) << "trial " << trial;
+    for (int v = 0; v < c.in.nvtxs; v++)
+      if (c.fixed[v] >= 0) {
+        EXPECT_EQ(part[v], c.fixed[v]) << "trial " << trial;
+      }
+    totalgain += gain;
+    FreeHGraph__(g);
+  }
+  EXPECT_GT(totalgain, 500);
+}
+
 // A part already above the bound never grows, and no other part goes above it.
 TEST(FlowRefine, AnOverweightInputDoesNotGetWorse) {
   Lcg rng(41);

@@ -16,10 +16,10 @@ namespace {
 
 using r2test::Where;
 
-enum Refiner { kFM, kFM2, kEEFM, kEEFM2, kOneWay, kBalance };
+enum Refiner { kFM, kFM2, kEEFM, kEEFM2, kOneWay, kBalance, kFlow };
 
 const char *Name(Refiner r) {
-  static const char *names[] = {"FM", "FM2", "EEFM", "EEFM2", "OneWay", "Balance"};
+  static const char *names[] = {"FM", "FM2", "EEFM", "EEFM2", "OneWay", "Balance", "Flow"};
   return names[r];
 }
 
@@ -42,6 +42,9 @@ void Run(Refiner r, PartCtrl *ctrl, HGraph *g) {
       break;
     case kBalance:
       Balance__(ctrl, g);
+      break;
+    case kFlow:
+      FlowRefineBisection__(ctrl, g);
       break;
   }
 }
@@ -75,7 +78,8 @@ void CheckRefiner(Refiner r, HGraph *g, PartCtrl ctrl, bool balancedstart) {
 
   r2test::ExpectCutAndWeightsExact(g);
   for (int v = 0; v < g->nfixed; v++) ASSERT_EQ(g->where[v], before[v]) << "fixed vertex " << v;
-  if (r == kEEFM || r == kEEFM2 || r == kOneWay || r == kBalance) r2test::ExpectGainsExact(g);
+  if (r == kEEFM || r == kEEFM2 || r == kOneWay || r == kBalance || r == kFlow)
+    r2test::ExpectGainsExact(g);
   if (inbalanced) {
     EXPECT_LE(g->mincut, incut);
     EXPECT_TRUE(r2test::Balanced(g, ctrl));
@@ -99,7 +103,7 @@ const Config kConfigs[] = {
 
 TEST(Invariants, EveryRefinerOnGeneratedHypergraphs) {
   for (const Config &c : kConfigs) {
-    for (Refiner r : {kFM, kFM2, kEEFM, kEEFM2, kOneWay, kBalance}) {
+    for (Refiner r : {kFM, kFM2, kEEFM, kEEFM2, kOneWay, kBalance, kFlow}) {
       SCOPED_TRACE(c.seed);
       HGraph *g = r2test::Random(c.seed, c.nvtxs, c.nhedges, c.maxsize, c.maxcw, c.maxnw, c.nfixed);
       PartCtrl ctrl = r2test::Ctrl();
@@ -123,7 +127,7 @@ TEST(Invariants, RefinersOnBenchmark) {
   HGraph *g = r2test::ReadBench("ibm01.hgr");
   if (g == nullptr)
     GTEST_SKIP() << "benchmark hypergraph ibm01.hgr absent from " << HYPRA_BENCH_DIR;
-  for (Refiner r : {kFM, kEEFM, kOneWay}) {
+  for (Refiner r : {kFM, kEEFM, kOneWay, kFlow}) {
     PartCtrl ctrl = r2test::Ctrl();
     testrun::Seed(5);
     Greedy(g);
@@ -145,8 +149,37 @@ TEST(Invariants, RefinersOnBenchmark) {
   FreeHGraph__(g);
 }
 
+// The flow step after FM: on a bisection that FM has settled it still finds a lower cut, and
+// reports exactly what it took off; with sides meant to hold one third and two thirds it keeps
+// both sides' own bounds.
+TEST(Invariants, FlowsAfterFMLowerTheCutWithinEitherTarget) {
+  for (float target : {0.5f, 1.0f / 3}) {
+    SCOPED_TRACE(target);
+    HGraph *g = r2test::Random(21, 2000, 2600, 6, 3, 3, 5);
+    PartCtrl ctrl = r2test::Ctrl();
+    ctrl.run->now.TargetFrac = target;
+    testrun::Seed(3);
+    for (int v = 0; v < g->nvtxs; v++) g->where[v] = v % 3 == 0 ? 0 : 1;
+    if (target == 0.5f) Greedy(g);
+    ComputeInitGains__(g);
+    Balance__(&ctrl, g);
+    Refine_FM__(&ctrl, g, 10);
+    ASSERT_TRUE(r2test::Balanced(g, ctrl));
+    const std::vector<int> before = Where(g);
+    const int cut = g->mincut;
+    const int gain = FlowRefineBisection__(&ctrl, g);
+    EXPECT_GT(gain, 0);
+    EXPECT_EQ(g->mincut, cut - gain);
+    r2test::ExpectCutAndWeightsExact(g);
+    r2test::ExpectGainsExact(g);
+    EXPECT_TRUE(r2test::Balanced(g, ctrl));
+    for (int v = 0; v < g->nfixed; v++) EXPECT_EQ(g->where[v], before[v]) << "fixed vertex " << v;
+    FreeHGraph__(g);
+  }
+}
+
 // Coarsening, initial bisection and uncoarsening end to end.
-void Multilevel(HGraph *g, int rtype) {
+void Multilevel(HGraph *g, int rtype, bool flows = false) {
   RVfree__(&g->where, &g->gain, &g->ndeg[0], &g->ndeg[1]);
   PartCtrl ctrl = r2test::Ctrl();
   ctrl.run->now.RType = rtype;
@@ -155,7 +188,7 @@ void Multilevel(HGraph *g, int rtype) {
   HGraph *coarsest = Coarsen__(&ctrl, g);
   InitPartition__(&ctrl, coarsest);
   const int initcut = coarsest->mincut;
-  Refine__(&ctrl, g, coarsest);
+  Refine__(&ctrl, g, coarsest, flows);
   EXPECT_EQ(g->coarser, nullptr);
   EXPECT_EQ(g->nislands, 0);
   const r2test::State s = r2test::Reference(g);
@@ -170,6 +203,16 @@ TEST(Invariants, MultilevelOnGeneratedHypergraph) {
     HGraph *g = r2test::Random(11, 3000, 4000, 6, 1, 2);
     testrun::Seed(rtype);
     Multilevel(g, rtype);
+    FreeHGraph__(g);
+  }
+}
+
+TEST(Invariants, MultilevelWithFlowsOnGeneratedHypergraph) {
+  for (int rtype : {1, 3}) {
+    SCOPED_TRACE(rtype);
+    HGraph *g = r2test::Random(13, 3000, 4000, 6, 2, 2, 4);
+    testrun::Seed(rtype);
+    Multilevel(g, rtype, true);
     FreeHGraph__(g);
   }
 }
