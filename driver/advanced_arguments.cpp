@@ -69,7 +69,7 @@ void PrintUsage(FILE *out, const char *program) {
                "               .patoh is patoh, anything else hgr)\n");
   std::fprintf(out, " --json FILE : also write the run's figures to FILE as one JSON object\n");
   std::fprintf(out,
-               " --preset P  : default, or quality: recursive bisection with 2 to 6 runs per "
+               " --preset P  : default, or quality: recursive bisection with 2 to 4 runs per "
                "bisection\n"
                "               (unless --runs), then k-way refinement with k-way FM; with --kway, "
                "k-way FM\n"

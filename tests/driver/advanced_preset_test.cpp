@@ -73,6 +73,15 @@ TEST(AdvancedPreset, HeaderNamesTheMethod) {
   EXPECT_EQ(WithoutTimes(plain.out), WithoutTimes(named.out));
 }
 
+// The help states the range of runs the preset picks when --runs is not given.
+TEST(AdvancedPreset, HelpStatesTheRunsItPicks) {
+  const auto r = RunAdvanced({"--help"}, HYPRA_BINARY_DIR);
+  ASSERT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find("quality: recursive bisection with 2 to 4 runs per bisection"),
+            std::string::npos)
+      << r.out;
+}
+
 TEST(AdvancedPreset, OneBisectionGetsFourRuns) {
   ScratchDir dir;
   dir.Write("ring.hgr", driver_test::WeightedRingFile(300));
@@ -83,7 +92,8 @@ TEST(AdvancedPreset, OneBisectionGetsFourRuns) {
     l.replace(l.find("%d"), 2, std::to_string(runs));
     return l;
   };
-  for (const auto &[k, runs] : std::vector<std::pair<std::string, int>>{{"2", 4}, {"3", 4}, {"5", 3}}) {
+  for (const auto &[k, runs] :
+       std::vector<std::pair<std::string, int>>{{"2", 4}, {"3", 4}, {"5", 3}}) {
     const auto r =
         RunAdvanced({"ring.hgr", k, "5", "--seed", "3", "--preset", "quality"}, dir.path);
     ASSERT_EQ(r.status, 0) << r.err;
