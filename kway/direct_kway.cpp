@@ -148,9 +148,11 @@ void InitPartitionKway__(const PartCtrl *ctrl, HGraph *graph) {
   int *bestwhere = imalloc__(nvtxs, "InitPartitionKway: bestwhere");
   AllocateKwayRefinementMemory__(ctrl, graph);
 
-  // Two quick runs of recursive bisection, no V-cycles, seeded from the clock (in the parallel
-  // mode from the caller's seed, so that the result does not depend on when it runs).
-  const int seed = ctrl->Parallel ? static_cast<int>(ctrl->Seed & 0x7fffffff) : -1;
+  // Two quick runs of recursive bisection, no V-cycles, seeded from the clock; in the parallel
+  // mode, and in the quality preset when the caller gave a seed, from that seed, so that the
+  // result does not depend on when it runs.
+  const bool repeatable = (ctrl->Parallel || ctrl->Quality) && ctrl->Seed >= 0;
+  const int seed = repeatable ? static_cast<int>(ctrl->Seed & 0x7fffffff) : -1;
   const int options[9] = {1, 2, 2, 1, 0, 0, 0, seed, 0};
   int edgecut = 0;
   PartRecursiveInRun__(ctrl->run, nvtxs, graph->nhedges, graph->cellwgt, graph->netptr,

@@ -149,9 +149,11 @@ typedef struct HYPRA_Params {
    the part bound, fixed vertices kept): HYPRA_DIRECT runs it on every level of the uncoarsening
    (cut objective with rtype 1, SOED with rtype 2); HYPRA_RECURSIVE runs it in the k-way
    refinement after the recursion, for any number of parts, and for two parts also rates the
-   coarsening's grouping candidates by shared weight per unit of weight. It draws nothing at
-   random, so the result is as deterministic as the method's (the same for every number of
-   threads). */
+   coarsening's grouping candidates by shared weight per unit of weight; HYPRA_RECURSIVE also runs
+   flow-based refinement on the levels of every bisection's V-cycles and between adjacent parts at
+   the end. These draw nothing at random. With a seed (>= 0) the quality preset repeats its
+   partition on every call, also with HYPRA_DIRECT on one thread, whose inner bisections it seeds
+   from that seed rather than from the clock; it is the same for every number of threads. */
 #define HYPRA_PRESET_DEFAULT 0
 #define HYPRA_PRESET_QUALITY 1
 

@@ -406,9 +406,10 @@ def partition(
       (the nanosecond time) and reports it as ``result.seed``.
     - ``threads``: N >= 1 runs the library's parallel mode on N threads, whose partition is the
       same for every N (for a given seed); 0 the serial run, which draws its random numbers
-      differently and so gives another partition for the same seed. With the direct method the
-      serial run seeds its inner bisections from the clock, so it repeats only within one
-      second; use threads >= 1 for a repeatable direct partition.
+      differently and so gives another partition for the same seed. With the direct method and
+      the default preset the serial run seeds its inner bisections from the clock, so it
+      repeats only within one second; use threads >= 1 or the quality preset for a repeatable
+      direct partition.
     - ``fixed``: None, or one entry per vertex, -1 for a free vertex or the part it must end in
       (recursive method only).
     - ``runs``: multilevel runs per bisection (recursive) or trials (direct), at least 1; None

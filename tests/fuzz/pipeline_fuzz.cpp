@@ -8,7 +8,9 @@
 // One byte more (absent in older inputs) may ask for the parallel mode as well: the same
 // settings with up to 10 runs on 1 and on 2 or 3 threads must give the same partition and
 // objective, or fail the same way (this reaches the final V-cycle that starts before the last
-// runs end).
+// runs end). A byte after that (absent in older inputs) may ask for the quality preset, with or
+// without a bound on every part: its partition must be valid, its cut the one recomputed, every
+// part within the bound when the call says it met it, and a second call must repeat it.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -83,6 +85,63 @@ void CompareThreadCounts(const Instance &h, bool kway, int nparts, int ubfactor,
       fuzz::Fail("vertex %d in part %d on one thread, %d on %d", v, one[v], many[v], p.threads);
 }
 
+// The quality preset through the parameters record, with the instance's settings: parts in range,
+// fixed vertices in place, the cut returned equal to the cut recomputed, parts within the bound
+// when the call returns HYPRA_OK, and the same partition from a second call.
+void CheckQualityPreset(const Instance &h, bool kway, int nparts, int ubfactor, const int *options,
+                        const std::vector<int> &wanted, int choice) {
+  HYPRA_Params p;
+  HYPRA_DefaultParams(&p);
+  p.method = kway ? HYPRA_DIRECT : HYPRA_RECURSIVE;
+  p.nparts = nparts;
+  p.ubfactor = ubfactor;
+  p.runs = 1 + choice / 2 % 4;
+  p.ctype = options[2];
+  p.rtype = 1;  // the cut, which the check below recomputes
+  p.vcycle = options[4];
+  p.reconst = 0;
+  p.seed = options[7];
+  p.fixed = options[6] == 1 ? wanted.data() : nullptr;
+  p.preset = HYPRA_PRESET_QUALITY;
+  // 0 (UBfactor rules), or 1 % to 30 %.
+  const int eps = choice / 8 % 31;
+  p.imbalance = eps / 100.0;
+  std::vector<int> part(h.nvtxs, -1), again(h.nvtxs, -1);
+  int cut = -1, cut2 = -1;
+  const int status = HYPRA_Partition(h.nvtxs, h.nhedges, h.vwgts.data(), h.eptr.data(),
+                                     h.eind.data(), h.hewgts.data(), &p, part.data(), &cut);
+  const int status2 = HYPRA_Partition(h.nvtxs, h.nhedges, h.vwgts.data(), h.eptr.data(),
+                                      h.eind.data(), h.hewgts.data(), &p, again.data(), &cut2);
+  if (status != status2) fuzz::Fail("quality preset: status %d, then %d", status, status2);
+  if (status != HYPRA_OK && status != HYPRA_ERROR_BALANCE) return;
+  if (status == HYPRA_ERROR_BALANCE && part[0] == -1) return;  // refused before partitioning
+  if (std::getenv("FUZZ_PRINT") != nullptr)
+    std::fprintf(stderr, "quality: runs %d eps %d status %d cuts %d %d\n", p.runs, eps, status, cut,
+                 cut2);
+  if (part != again || cut != cut2) fuzz::Fail("quality preset: a second call differs");
+  for (int v = 0; v < h.nvtxs; v++) {
+    if (part[v] < 0 || part[v] >= nparts)
+      fuzz::Fail("quality preset: vertex %d in part %d of %d", v, part[v], nparts);
+    if (wanted[v] != -1 && part[v] != wanted[v])
+      fuzz::Fail("quality preset: fixed vertex %d moved from %d to %d", v, wanted[v], part[v]);
+  }
+  if (status == HYPRA_OK && !h.single_pin) {
+    const long long expect = Objective(h, part, false);
+    if (expect != cut) fuzz::Fail("quality preset: cut %d, recomputed %lld", cut, expect);
+  }
+  if (eps == 0 || status != HYPRA_OK) return;
+  long long total = 0;
+  for (int w : h.vwgts) total += w;
+  const long long share = (total + nparts - 1) / nparts;
+  // The bound rounds EPS x share down; a rounding error below a whole number counts as it.
+  const long long bound = share + static_cast<long long>(eps * share / 100);
+  std::vector<long long> weight(nparts, 0);
+  for (int v = 0; v < h.nvtxs; v++) weight[part[v]] += h.vwgts[v];
+  for (int q = 0; q < nparts; q++)
+    if (weight[q] > bound)
+      fuzz::Fail("quality preset: part %d weighs %lld, above the bound %lld", q, weight[q], bound);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
@@ -132,6 +191,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       part[v] = wanted[v];
     }
   const int threaded = c.Byte();
+  const int quality = c.Byte();
 
   // FUZZ_PRINT=1 shows the instance (for reproducing a failure by hand).
   if (std::getenv("FUZZ_PRINT") != nullptr) {
@@ -158,6 +218,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
                           h.hewgts.data(), nparts, ubfactor, options, part.data(), &objective);
   });
   if (threaded % 4 == 1) CompareThreadCounts(h, kway, nparts, ubfactor, options, wanted, threaded);
+  if (quality % 2 == 1) CheckQualityPreset(h, kway, nparts, ubfactor, options, wanted, quality);
   if (status != -1) return 0;  // refused with a message
 
   for (int v = 0; v < h.nvtxs; v++) {
