@@ -52,23 +52,30 @@ long long Objective(const Instance &h, const std::vector<int> &part, bool soed) 
   return total;
 }
 
-// The parallel mode with the instance's settings (runs from the choice byte, 1 to 10) on one
-// thread and on two or three: both calls must end alike, and when they succeed, with the same
-// partition and objective.
-void CompareThreadCounts(const Instance &h, bool kway, int nparts, int ubfactor, const int *options,
-                         const std::vector<int> &wanted, int choice) {
+// The parameters record with the settings of the options vector and `runs`.
+HYPRA_Params ParamsOf(bool kway, int nparts, int ubfactor, const int *options,
+                      const std::vector<int> &wanted, int runs) {
   HYPRA_Params p;
   HYPRA_DefaultParams(&p);
   p.method = kway ? HYPRA_DIRECT : HYPRA_RECURSIVE;
   p.nparts = nparts;
   p.ubfactor = ubfactor;
-  p.runs = 1 + choice / 4 % 10;
+  p.runs = runs;
   p.ctype = options[2];
   p.rtype = options[3];
   p.vcycle = options[4];
   p.reconst = options[5];
   p.seed = options[7];
   p.fixed = options[6] == 1 ? wanted.data() : nullptr;
+  return p;
+}
+
+// The parallel mode with the instance's settings (runs from the choice byte, 1 to 10) on one
+// thread and on two or three: both calls must end alike, and when they succeed, with the same
+// partition and objective.
+void CompareThreadCounts(const Instance &h, bool kway, int nparts, int ubfactor, const int *options,
+                         const std::vector<int> &wanted, int choice) {
+  HYPRA_Params p = ParamsOf(kway, nparts, ubfactor, options, wanted, 1 + choice / 4 % 10);
   std::vector<int> one(h.nvtxs, -1), many(h.nvtxs, -1);
   int obj1 = -1, objn = -1;
   p.threads = 1;
@@ -90,18 +97,9 @@ void CompareThreadCounts(const Instance &h, bool kway, int nparts, int ubfactor,
 // when the call returns HYPRA_OK, and the same partition from a second call.
 void CheckQualityPreset(const Instance &h, bool kway, int nparts, int ubfactor, const int *options,
                         const std::vector<int> &wanted, int choice) {
-  HYPRA_Params p;
-  HYPRA_DefaultParams(&p);
-  p.method = kway ? HYPRA_DIRECT : HYPRA_RECURSIVE;
-  p.nparts = nparts;
-  p.ubfactor = ubfactor;
-  p.runs = 1 + choice / 2 % 4;
-  p.ctype = options[2];
+  HYPRA_Params p = ParamsOf(kway, nparts, ubfactor, options, wanted, 1 + choice / 2 % 4);
   p.rtype = 1;  // the cut, which the check below recomputes
-  p.vcycle = options[4];
   p.reconst = 0;
-  p.seed = options[7];
-  p.fixed = options[6] == 1 ? wanted.data() : nullptr;
   p.preset = HYPRA_PRESET_QUALITY;
   // 0 (UBfactor rules), or 1 % to 30 %.
   const int eps = choice / 8 % 31;
