@@ -19,6 +19,9 @@ constexpr int kKwayVCycles = 10;
 // over all adjacent pairs.
 constexpr double kFlowRegionScale = 16;
 constexpr int kFlowRounds = 4;
+// After the first flow polish, rounds of k-way FM and flow polish alternate while they lower the
+// cut, at most this many.
+constexpr int kPolishRounds = 3;
 
 // Hyperedge lists of one side while splitting, sized for the worst case.
 struct SideNets {
@@ -56,6 +59,24 @@ int FlowPolish(const PartCtrl *ctrl, HGraph *h, int *p, int bound) {
   return ComputeActualCut__(h, p);
 }
 
+// The FM and the flows find different moves: after the flows an FM pass can take single
+// vertices that the new boundary made worth moving, and a fresh flow call tries every pair again,
+// also those its last rounds skipped because neither part had changed (hyperedges a pair shares
+// with a third part that did change may have become theirs alone). Returns the cut of p.
+int PolishWithFlows(const PartCtrl *ctrl, HGraph *h, int *p, int heaviest) {
+  int cut = FlowPolish(ctrl, h, p, heaviest);
+  for (int round = 0; round < kPolishRounds; round++) {
+    icopy__(h->nvtxs, p, h->where);
+    if (h->nrinfo != nullptr) ComputeInitKwayGains__(ctrl, h);
+    RefineLevelKwayFM__(ctrl, h);
+    icopy__(h->nvtxs, h->where, p);
+    const int next = FlowPolish(ctrl, h, p, heaviest);
+    if (next >= cut) return next;
+    cut = next;
+  }
+  return cut;
+}
+
 // Improves the partition p of h as a whole, allowing no part to grow heavier (relative to the
 // average) than the recursion left the heaviest one; in the bounded-imbalance mode, heavier than
 // the bound, after the parts above it have been brought within it.
@@ -86,7 +107,7 @@ int RefineAfterRecursion(const PartCtrl *ctrl, HGraph *h, int *p) {
 
   icopy__(h->nvtxs, h->where, p);
   int cut = h->mincut;
-  if (ctrl->Quality) cut = FlowPolish(ctrl, h, p, heaviest);
+  if (ctrl->Quality) cut = PolishWithFlows(ctrl, h, p, heaviest);
   ctrl->run->now.RType = oldRType;
   RVfree__(&kpwgts);
   return cut;
