@@ -66,8 +66,9 @@ int FlowPolish(const PartCtrl *ctrl, HGraph *h, int *p, int bound) {
 int PolishWithFlows(const PartCtrl *ctrl, HGraph *h, int *p, int heaviest) {
   int cut = FlowPolish(ctrl, h, p, heaviest);
   for (int round = 0; round < kPolishRounds; round++) {
+    // The FM builds its gains from where; the greedy passes' records are gone since the
+    // V-cycles.
     icopy__(h->nvtxs, p, h->where);
-    if (h->nrinfo != nullptr) ComputeInitKwayGains__(ctrl, h);
     RefineLevelKwayFM__(ctrl, h);
     icopy__(h->nvtxs, h->where, p);
     const int next = FlowPolish(ctrl, h, p, heaviest);
