@@ -128,8 +128,8 @@ int StarCandidate(const PartCtrl *ctrl, int v, const Incidence &g, const int *ce
 auto AllNets() {
   return [](int) { return true; };
 }
-auto NoExtra() {
-  return [](int) { return true; };
+auto SameCommunity(const int *community, int v) {
+  return [=](int u) { return community == nullptr || community[u] == community[v]; };
 }
 
 // The restricted routines look only at hyperedges of 1 to MaxNetSize pins.
@@ -148,16 +148,18 @@ auto SamePart(const int *where, int v) {
 
 int FindCell__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
                const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
-               int *htable) {
+               int *htable, const int *community) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
-  return PairCandidate(ctrl, v, g, cellmap, htable, FreeList(ctrl), AllNets(), NoExtra());
+  return PairCandidate(ctrl, v, g, cellmap, htable, FreeList(ctrl), AllNets(),
+                       SameCommunity(community, v));
 }
 
 int FindCellStar__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind,
                    const int *netptr, const int *netind, const int *cellwgt, const float *edgewgt,
-                   const int *cellmap, int *htable, const int *gwgts) {
+                   const int *cellmap, int *htable, const int *gwgts, const int *community) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
-  return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, FreeList(ctrl), AllNets(), NoExtra());
+  return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, FreeList(ctrl), AllNets(),
+                       SameCommunity(community, v));
 }
 
 int CFindCell__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind,

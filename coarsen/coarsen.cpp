@@ -123,6 +123,16 @@ HGraph *NextLevel(const PartCtrl *ctrl, HGraph *current, int built, Step step) {
   return coarser;
 }
 
+// The next level's communities: each group lies within one, which it takes.
+void PassCommunities(HGraph *level) {
+  if (level->community == nullptr) return;
+  HGraph *coarser = level->coarser;
+  coarser->community = imalloc__(coarser->nvtxs, "Coarsen: community");
+  for (int v = 0; v < level->nvtxs; v++)
+    coarser->community[level->cellmap[v]] = level->community[v];
+  RVfree__(&level->community);
+}
+
 const char kLongRule[] = "----------------------------------------------------------\n";
 const char kShortRule[] = "-----------------------------------\n";
 
@@ -139,10 +149,14 @@ int NumOfLargeNets__(int nhedges, const int *netptr) {
   return count;
 }
 
-HGraph *Coarsen__(const PartCtrl *ctrl, HGraph *graph) {
+HGraph *Coarsen__(const PartCtrl *ctrl, HGraph *graph, const int *community) {
   starttimer__(ctrl, ctrl->run->time.CoarsenTmr);
   Scratch s = AllocateScratch(graph);
   graph->level = 0;
+  // The coarsening's own copy: the islands of each level are moved behind its other vertices.
+  if (community != nullptr)
+    graph->community =
+        icopy__(graph->nvtxs, community, imalloc__(graph->nvtxs, "Coarsen: community"));
   if (ctrl->run->now.dbglvl & DBG_COARSEN) {
     Printf__(ctrl, "%s", kLongRule);
     PrintLevel(ctrl, graph);
@@ -156,10 +170,16 @@ HGraph *Coarsen__(const PartCtrl *ctrl, HGraph *graph) {
     current = NextLevel(ctrl, current, built + 1, [&](HGraph *level) {
       starttimer__(ctrl, ctrl->run->time.AuxTmr1);
       GroupLevel(ctrl, level, s, built, slow);
+      PassCommunities(level);
       stoptimer__(ctrl, ctrl->run->time.AuxTmr1);
     });
     built++;
     if (CoarseningProgress__(current->nvtxs, current->finer->nvtxs, ratio)) continue;
+    if (current->community != nullptr) {
+      // The communities are as coarse as they get; from here vertices group freely.
+      RVfree__(&current->community);
+      continue;
+    }
     if (slow || ctrl->run->now.CType == 5) {
       if (ctrl->run->now.dbglvl & DBG_COARSEN) PrintSlowProgress(ctrl, current->nvtxs);
       FreeScratch(s);
@@ -172,6 +192,7 @@ HGraph *Coarsen__(const PartCtrl *ctrl, HGraph *graph) {
   }
 
   if (ctrl->run->now.dbglvl & DBG_COARSEN) Printf__(ctrl, "\n");
+  RVfree__(&current->community);
   FreeScratch(s);
   stoptimer__(ctrl, ctrl->run->time.CoarsenTmr);
   return current;

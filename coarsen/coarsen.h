@@ -7,8 +7,16 @@
 namespace hypra {
 
 // Builds the coarsening hierarchy below graph and returns its coarsest level (graph itself when
-// it is already small enough). Levels stay linked through coarser/finer.
-HGraph *Coarsen__(const PartCtrl *ctrl, HGraph *graph);
+// it is already small enough). Levels stay linked through coarser/finer. With community (one
+// entry per vertex of graph) the pair and star schemes group only vertices of the same community
+// until that stalls, and freely from then on.
+HGraph *Coarsen__(const PartCtrl *ctrl, HGraph *graph, const int *community = nullptr);
+
+// Communities of graph's vertices by modularity on its clique expansion (hyperedges of 2 to
+// maxpins pins), after `levels` rounds of local moving and aggregation; fills community with
+// 0 .. count-1 and returns count. Needs no incidence lists; the same graph gives the same
+// communities.
+int FindCommunities__(const HGraph *graph, int levels, int maxpins, int *community);
 
 // The grouping schemes a caller may choose by CType, and their names ("??" for any other code).
 bool IsCoarseningScheme__(int ctype);

@@ -8,13 +8,15 @@ namespace hypra {
 
 // Candidate search around one vertex. Each returns the chosen vertex or -1; htable must be all -1
 // on entry and is all -1 again on return. gwgts is the group-weight view (group g at gwgts[g],
-// gwgts[-1] == 0 for ungrouped vertices).
+// gwgts[-1] == 0 for ungrouped vertices). A non-null community admits only candidates of v's
+// community.
 int FindCell__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind, const int *netptr,
                const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
-               int *htable);
+               int *htable, const int *community = nullptr);
 int FindCellStar__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind,
                    const int *netptr, const int *netind, const int *cellwgt, const float *edgewgt,
-                   const int *cellmap, int *htable, const int *gwgts);
+                   const int *cellmap, int *htable, const int *gwgts,
+                   const int *community = nullptr);
 int CFindCell__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind,
                 const int *netptr, const int *netind, const int *cellwgt, const float *edgewgt,
                 const int *cellmap, const int *where, int *htable);

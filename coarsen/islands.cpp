@@ -43,6 +43,7 @@ void SeparateIslands__(HGraph *graph) {
   MoveValues(nvtxs, ncells, graph->where, aux);
   MoveValues(nvtxs, ncells, graph->cellwgt, aux);
   MoveValues(nvtxs, ncells, graph->adjwgt, aux);
+  MoveValues(nvtxs, ncells, graph->community, aux);
 
   int *netind = graph->netind;
   for (int j = 0; j < graph->netptr[graph->nhedges]; j++) netind[j] = ncells[netind[j]];

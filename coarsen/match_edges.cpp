@@ -156,7 +156,7 @@ void DegreeOrder__(const PartCtrl *ctrl, const HGraph *graph, int *perm, int *ke
 void Match_Edges__(const PartCtrl *ctrl, HGraph *graph, int *perm, int *htable, KeyValue *vpairs) {
   MatchPairs(ctrl, graph, perm, vpairs, [&](int v) {
     return FindCell__(ctrl, v, graph->incptr, graph->incind, graph->netptr, graph->netind,
-                      graph->cellwgt, graph->edgewgt, graph->cellmap, htable);
+                      graph->cellwgt, graph->edgewgt, graph->cellmap, htable, graph->community);
   });
 }
 
@@ -188,7 +188,8 @@ void Match_EdgesStars__(const PartCtrl *ctrl, HGraph *graph, int *perm, int *hta
   };
   MatchStars(ctrl, graph, true, order, [&](int v, const int *gwgts) {
     return FindCellStar__(ctrl, v, graph->incptr, graph->incind, graph->netptr, graph->netind,
-                          graph->cellwgt, graph->edgewgt, graph->cellmap, htable, gwgts);
+                          graph->cellwgt, graph->edgewgt, graph->cellmap, htable, gwgts,
+                          graph->community);
   });
 }
 

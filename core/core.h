@@ -86,6 +86,8 @@ struct HGraph {
   float *edgewgt;
 
   int *label;  // not owned by the release routines
+  // Only while coarsening runs: the community of each vertex, which grouping may not mix.
+  int *community;
 
   int *cellmap;
   int *netmap;
@@ -233,6 +235,11 @@ struct PartCtrl {
   // even in size and gives the bisection's runs better cuts; set by the quality preset for a
   // single bisection).
   int WeightedRating;
+
+  // Coarsening of every bisection within communities of its hypergraph (0: off; else the most
+  // pins a hyperedge may have to count for them). Set by the quality preset for some of its
+  // attempts.
+  int CommunityPins;
 };
 
 // Starts a run's values from the control record's settings.

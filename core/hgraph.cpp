@@ -22,6 +22,7 @@ void InitHGraph__(HGraph *graph) {
   graph->incptr = graph->incind = nullptr;
   graph->netptr = graph->netind = nullptr;
   graph->islandmap = nullptr;
+  graph->community = nullptr;
   graph->cellwgt = graph->netwgt = graph->adjwgt = nullptr;
   graph->edgewgt = nullptr;
   graph->cellmap = graph->netmap = graph->mptr = graph->mind = nullptr;
@@ -51,13 +52,14 @@ void ReleaseAllButPartition__(HGraph *graph) {
            &graph->netwgt, &graph->adjwgt, &graph->edgewgt, &graph->cellmap, &graph->netmap,
            &graph->mptr, &graph->mind, &graph->gain, &graph->ndeg[0], &graph->ndeg[1],
            &graph->kpwgts, &graph->nrinfo, &graph->crinfo, &graph->nrdata, &graph->crdata,
-           &graph->kslot);
+           &graph->kslot, &graph->community);
 }
 
 void FreeRootHGraph__(HGraph *graph) {
   RVfree__(&graph->cellmap, &graph->netmap, &graph->mptr, &graph->mind, &graph->gain,
            &graph->ndeg[0], &graph->ndeg[1], &graph->islandmap, &graph->where, &graph->kpwgts,
-           &graph->nrinfo, &graph->crinfo, &graph->nrdata, &graph->crdata, &graph->kslot);
+           &graph->nrinfo, &graph->crinfo, &graph->nrdata, &graph->crdata, &graph->kslot,
+           &graph->community);
 }
 
 void CreateIncidentHGraph__(HGraph *graph) {
@@ -136,6 +138,7 @@ HGraph *CreateRunView__(const HGraph *graph) {
   view->where = view->gain = nullptr;
   view->ndeg[0] = view->ndeg[1] = nullptr;
   view->cellmap = view->netmap = view->mptr = view->mind = view->islandmap = nullptr;
+  view->community = nullptr;
   view->coarser = view->finer = nullptr;
   view->nrinfo = nullptr;
   view->crinfo = nullptr;

@@ -71,9 +71,11 @@ void PrintUsage(FILE *out, const char *program) {
   std::fprintf(out,
                " --preset P  : default, or quality: recursive bisection with 2 to 4 runs per "
                "bisection\n"
-               "               (unless --runs), then k-way refinement with k-way FM; with --kway, "
-               "k-way FM\n"
-               "               on every level of the direct path (default)\n");
+               "               (unless --runs), then k-way refinement with k-way FM; for 3 or 4 "
+               "parts also\n"
+               "               two attempts coarsening within communities, the lowest cut kept; "
+               "with --kway,\n"
+               "               k-way FM on every level of the direct path (default)\n");
   std::fprintf(out,
                " --progress  : show a progress line on standard error even when it is not a "
                "terminal\n");

@@ -153,10 +153,16 @@ void PrintHeader(const AdvancedArgs &a, const HypergraphArrays &h, long long bou
       a.seed, a.dbglvl};
   const int mode = UsesDirectPath(a) ? 2 : 1;
   // The quality preset names the method it used.
-  char note[160];
+  char note[256];
   if (a.kway)
     std::snprintf(note, sizeof(note),
                   "Preset: quality: direct k-way partitioning, k-way FM on every level");
+  else if (QualityAttempts__(a.nparts) > 1)
+    std::snprintf(note, sizeof(note),
+                  "Preset: quality: recursive bisection (%d runs each), then k-way refinement "
+                  "with k-way FM; %d attempts, %d of them coarsening within communities, the "
+                  "lowest cut kept",
+                  a.runs, QualityAttempts__(a.nparts), QualityAttempts__(a.nparts) - 1);
   else
     std::snprintf(note, sizeof(note),
                   "Preset: quality: recursive bisection (%d runs each), then k-way refinement "

@@ -13,6 +13,10 @@ namespace hypra {
 namespace {
 
 constexpr int kVCycles = 10;
+// Rounds of local moving and aggregation behind a bisection's communities. Two leave groups of
+// tens to hundreds of vertices on the ISPD98 circuits; the full hierarchy's few dozen large
+// communities hardly restrict the coarsening and left the cuts as they were.
+constexpr int kCommunityLevels = 2;
 constexpr int kFullRefinePasses = 10;
 
 // Releases the per-level work arrays of a hypergraph while keeping its bisection.
@@ -141,6 +145,9 @@ namespace {
 // The steps of the best-of-runs loop that are particular to bisection: the cut as objective, FM
 // refinement and two-way V-cycles.
 struct Bisection {
+  // Groups the coarsening may not mix; null for none.
+  const int *community = nullptr;
+
   // A cut no bisection reaches: the total hyperedge weight plus one. Negative weights can make a
   // cut (a sum of some of the weights) exceed the total, so the start is never below the sum of
   // the positive weights plus one.
@@ -157,7 +164,7 @@ struct Bisection {
     return wanted > ctrl->Nruns ? ctrl->Nruns : wanted;
   }
   void PartitionPruned(const PartCtrl *ctrl, HGraph *pgraph) const {
-    HGraph *coarsest = Coarsen__(ctrl, pgraph);
+    HGraph *coarsest = Coarsen__(ctrl, pgraph, community);
     InitPartition__(ctrl, coarsest);
     Refine__(ctrl, pgraph, coarsest);
   }
@@ -227,7 +234,16 @@ int Hypergraph_Bisection__(const PartCtrl *ctrl, HGraph *graph, int *bisection) 
     Printf__(ctrl, "\n  Bisecting a hgraph of size [vertices=%d, hedges=%d, balance=%4.2f]\n",
              graph->nvtxs, graph->nhedges, ctrl->run->now.TargetFrac);
 
-  const BestOfRunsResult result = BestOfRuns__(ctrl, graph, bisection, Bisection());
+  // The communities are found once and serve every run: they depend on the hypergraph alone.
+  Bisection how;
+  int *community = nullptr;
+  if (ctrl->CommunityPins > 0) {
+    community = imalloc__(graph->nvtxs, "Bisection: community");
+    FindCommunities__(graph, kCommunityLevels, ctrl->CommunityPins, community);
+    how.community = community;
+  }
+  const BestOfRunsResult result = BestOfRuns__(ctrl, graph, bisection, how);
+  RVfree__(&community);
   const int bestcut = result.best;
 
   if (summary)

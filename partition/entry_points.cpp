@@ -465,14 +465,15 @@ int PartitionWithParams(int nvtxs, int nhedges, const int *vwgts, const int *ept
   setup.threads = params->threads;
   setup.imbalance = imbalance;
   setup.quality = preset == HYPRA_PRESET_QUALITY;
-  // Every bisection of the recursion (nparts - 1 of them) makes `runs` runs; the direct path
-  // makes `runs` trials.
+  // Every bisection of the recursion (nparts - 1 of them) makes `runs` runs, once per attempt of
+  // the quality preset; the direct path makes `runs` trials.
   ProgressHook progress{nullptr, nullptr, 0, {0}};
   if (HasProgress(params)) {
     progress.report = params->progress;
     progress.data = params->progress_data;
+    const long long attempts = setup.quality ? QualityAttempts__(params->nparts) : 1;
     const long long runs = static_cast<long long>(params->runs) *
-                           (params->method == HYPRA_DIRECT ? 1 : params->nparts - 1LL);
+                           (params->method == HYPRA_DIRECT ? 1 : (params->nparts - 1LL) * attempts);
     progress.total = runs > INT_MAX ? INT_MAX : static_cast<int>(runs);
     setup.progress = &progress;
   }

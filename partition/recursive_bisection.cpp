@@ -2,6 +2,7 @@
 // hold, split into sub-hypergraphs, recurse depth-first (left before right), then polish the
 // whole partition with k-way refinement for up to 64 parts.
 #include <cstdio>
+#include <iterator>
 
 #include "coarsen/coarsen.h"
 #include "flow/flow.h"
@@ -22,6 +23,15 @@ constexpr int kFlowRounds = 4;
 // After the first flow polish, rounds of k-way FM and flow polish alternate while they lower the
 // cut, at most this many.
 constexpr int kPolishRounds = 3;
+// With few parts the first splits decide most of the cut, and which coarsening sees them best
+// differs from one hypergraph to the next: the quality preset partitions up to this many parts
+// once as usual and once more for each entry of kCommunityAttempts, with the coarsening of every
+// bisection kept within communities (hyperedges of up to that many pins counting for them), and
+// keeps the lowest cut. On the ISPD98 circuits at k = 4 the usual partition is the best of the
+// three on ibm05, communities from hyperedges of up to 50 pins on ibm10 and of up to 10 pins on
+// ibm01, each by 5 to 8 %.
+constexpr int kAttemptMaxParts = 4;
+constexpr int kCommunityAttempts[] = {50, 10};
 
 // Hyperedge lists of one side while splitting, sized for the worst case.
 struct SideNets {
@@ -281,7 +291,9 @@ int MLRB__(const PartCtrl *ctrl, HGraph *graph, int *part, int nparts, int offse
   return cut + leftcut + rightcut;
 }
 
-int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
+namespace {
+
+int PartitionOnce(const PartCtrl *ctrl, HGraph *graph, int *part) {
   // The quality preset polishes a bisection too: the k-way FM sees moves the bisection's own
   // refinement, held to the tolerance of its level, did not take.
   const bool kway = (ctrl->Nparts > 2 || ctrl->Quality) && ctrl->KwayRefine;
@@ -316,6 +328,65 @@ int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
 
   RVfree__(&fpart, &orgpart);
   FreeHGraph__(cgraph);
+  return cut;
+}
+
+}  // namespace
+
+int QualityAttempts__(int nparts) {
+  return nparts >= 3 && nparts <= kAttemptMaxParts
+             ? 1 + static_cast<int>(std::size(kCommunityAttempts))
+             : 1;
+}
+
+int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
+  if (!ctrl->Quality || QualityAttempts__(ctrl->Nparts) == 1)
+    return PartitionOnce(ctrl, graph, part);
+
+  // The attempts with communities run first, each on a copy of the untouched hypergraph and of
+  // the pre-assignment in part; the usual one runs last on graph itself and wins any tie. Every
+  // attempt starts from the same random state, so each is the partition its setting gives alone,
+  // and the sequence goes on after the call as after the usual attempt alone.
+  const bool trace = ctrl->run->now.dbglvl & DBG_BISECT;
+  const RandomState start = ctrl->run->rng;
+  const int nvtxs = graph->nvtxs;
+  int *input = icopy__(nvtxs, part, imalloc__(nvtxs, "MultilevelPartition: input"));
+  int *trial = imalloc__(nvtxs, "MultilevelPartition: trial");
+  int *best = imalloc__(nvtxs, "MultilevelPartition: best");
+  const int attempts = QualityAttempts__(ctrl->Nparts);
+  int bestcut = -1, kept = 0, attempt = 0;
+  for (const int pins : kCommunityAttempts) {
+    attempt++;
+    PartCtrl c = *ctrl;
+    c.CommunityPins = pins;
+    HGraph *copy = CopyRunGraph__(graph);
+    icopy__(nvtxs, input, trial);
+    ctrl->run->rng = start;
+    const int cut = PartitionOnce(&c, copy, trial);
+    FreeHGraph__(copy);
+    if (trace)
+      Printf__(ctrl,
+               "\nAttempt %d of %d, coarsening within communities (hyperedges of up to %d pins): "
+               "cut %d\n",
+               attempt, attempts, pins, cut);
+    if (bestcut == -1 || cut < bestcut) {
+      bestcut = cut;
+      kept = attempt;
+      icopy__(nvtxs, trial, best);
+    }
+  }
+  ctrl->run->rng = start;
+  int cut = PartitionOnce(ctrl, graph, part);
+  if (trace)
+    Printf__(ctrl, "\nAttempt %d of %d, usual coarsening: cut %d\n", attempts, attempts, cut);
+  if (cut > bestcut) {
+    cut = bestcut;
+    icopy__(nvtxs, best, part);
+  } else {
+    kept = attempts;
+  }
+  if (trace) Printf__(ctrl, "Kept attempt %d, cut %d\n", kept, cut);
+  RVfree__(&input, &trial, &best);
   return cut;
 }
 

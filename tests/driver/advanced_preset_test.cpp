@@ -2,7 +2,10 @@
 // header names the method it used, and it repeats itself for a seed and for every thread count.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -43,22 +46,33 @@ TEST(AdvancedPreset, HeaderNamesTheMethod) {
   ScratchDir dir;
   dir.Write("ring.hgr", driver_test::WeightedRingFile(300));
   struct Case {
+    std::string nparts;
     std::vector<std::string> extra;
     std::string line;
   };
+  const std::string attempts =
+      "; 3 attempts, 2 of them coarsening within communities, the lowest cut kept";
   const std::vector<Case> cases = {
-      {{},
-       " Preset: quality: recursive bisection (4 runs each), then k-way refinement with k-way "
-       "FM\n\nRecursive Partitioning..."},
-      {{"--runs", "3"},
+      {"4",
+       {},
+       " Preset: quality: recursive bisection (4 runs each), then k-way refinement with k-way FM" +
+           attempts + "\n\nRecursive Partitioning..."},
+      {"4",
+       {"--runs", "3"},
+       " Preset: quality: recursive bisection (3 runs each), then k-way refinement with k-way FM" +
+           attempts + "\n"},
+      {"5",
+       {},
        " Preset: quality: recursive bisection (3 runs each), then k-way refinement with k-way "
-       "FM\n"},
-      {{"--kway"},
+       "FM\n\nRecursive Partitioning..."},
+      {"4",
+       {"--kway"},
        " Preset: quality: direct k-way partitioning, k-way FM on every level\n\nK-way "
        "Partitioning..."},
   };
   for (const Case &c : cases) {
-    std::vector<std::string> args = {"ring.hgr", "4", "5", "--seed", "3", "--preset", "quality"};
+    std::vector<std::string> args = {"ring.hgr", c.nparts,   "5",      "--seed",
+                                     "3",        "--preset", "quality"};
     args.insert(args.end(), c.extra.begin(), c.extra.end());
     const auto r = RunAdvanced(args, dir.path);
     ASSERT_EQ(r.status, 0) << r.err;
@@ -80,13 +94,17 @@ TEST(AdvancedPreset, HelpStatesTheRunsItPicks) {
   EXPECT_NE(r.out.find("quality: recursive bisection with 2 to 4 runs per bisection"),
             std::string::npos)
       << r.out;
+  EXPECT_NE(r.out.find("for 3 or 4 parts also\n               two attempts coarsening within "
+                       "communities, the lowest cut kept"),
+            std::string::npos)
+      << r.out;
 }
 
 TEST(AdvancedPreset, OneBisectionGetsFourRuns) {
   ScratchDir dir;
   dir.Write("ring.hgr", driver_test::WeightedRingFile(300));
   const std::string header =
-      " Preset: quality: recursive bisection (%d runs each), then k-way refinement with k-way FM\n";
+      " Preset: quality: recursive bisection (%d runs each), then k-way refinement with k-way FM";
   auto line = [&](int runs) {
     std::string l = header;
     l.replace(l.find("%d"), 2, std::to_string(runs));
@@ -108,6 +126,77 @@ TEST(AdvancedPreset, OneBisectionGetsFourRuns) {
        at = r.out.find("Cut of trial", at + 1))
     lines++;
   EXPECT_EQ(lines, 4u) << r.out;
+}
+
+// 640 vertices in eight clusters of 80, 1,200 weighted hyperedges of 2 to 5 pins inside a cluster,
+// every fifth reaching into the next cluster; `seed` drives a linear congruential generator.
+std::string ClusteredFile(unsigned seed) {
+  uint64_t x = seed;
+  auto draw = [&x](int m) {
+    x = (x * 1103515245 + 12345) % (1ULL << 31);
+    return static_cast<int>((x >> 8) % m);
+  };
+  std::ostringstream s;
+  s << 1200 << " " << 640 << " 1\n";
+  for (int i = 0; i < 1200; i++) {
+    const int cluster = i % 8, size = 2 + draw(4);
+    std::set<int> pins;
+    for (int j = 0; j < size; j++) {
+      const int c = i % 5 != 0 || j == 0 ? cluster : (cluster + 1) % 8;
+      pins.insert(c * 80 + draw(80));
+    }
+    s << 1 + i % 3;
+    for (int v : pins) s << " " << v + 1;
+    s << "\n";
+  }
+  return s.str();
+}
+
+// Each attempt of the preset with 3 or 4 parts shows its cut, and the partition kept is the one of
+// the lowest cut, the usual attempt (the last) winning a tie. On the first hypergraph at 3 parts
+// an attempt within communities cuts less than the usual one, on the third more.
+TEST(AdvancedPreset, AttemptsShowTheirCutsAndTheLowestIsKept) {
+  ScratchDir dir;
+  std::set<int> winners;
+  for (const auto &[seed, nparts] : {std::pair{1u, "3"}, {3u, "3"}, {1u, "4"}}) {
+    SCOPED_TRACE(testing::Message() << "hypergraph " << seed << ", " << nparts << " parts");
+    dir.Write("clusters.hgr", ClusteredFile(seed));
+    const auto r = RunAdvanced(
+        {"clusters.hgr", nparts, "--imbalance", "0.05", "--seed", "4", "--preset", "quality"},
+        dir.path);
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::vector<int> cuts;
+    const std::string marks[] = {
+        "Attempt 1 of 3, coarsening within communities (hyperedges of up to 50 pins): cut ",
+        "Attempt 2 of 3, coarsening within communities (hyperedges of up to 10 pins): cut ",
+        "Attempt 3 of 3, usual coarsening: cut "};
+    for (const std::string &mark : marks) {
+      const size_t at = r.out.find(mark);
+      ASSERT_NE(at, std::string::npos) << mark << "\n" << r.out;
+      cuts.push_back(std::stoi(r.out.substr(at + mark.size())));
+    }
+    const int communities = std::min(cuts[0], cuts[1]);
+    const int kept = cuts[2] <= communities ? 3 : cuts[0] == communities ? 1 : 2;
+    const int lowest = cuts[kept - 1];
+    EXPECT_NE(r.out.find("Kept attempt " + std::to_string(kept) + ", cut " +
+                         std::to_string(lowest) + "\n"),
+              std::string::npos)
+        << r.out;
+    const size_t summary = r.out.find("Hyperedge Cut:");
+    ASSERT_NE(summary, std::string::npos);
+    EXPECT_EQ(std::stoi(r.out.substr(summary + 14)), lowest);
+    if (nparts == std::string("3")) winners.insert(kept == 3 ? 0 : 1);
+  }
+  // Both kinds of attempt won once: the choice is exercised.
+  EXPECT_EQ(winners.size(), 2u);
+  dir.Write("ring.hgr", driver_test::WeightedRingFile(600));
+  // Other numbers of parts make one attempt, and say nothing of it.
+  for (const char *nparts : {"2", "5"}) {
+    const auto r =
+        RunAdvanced({"ring.hgr", nparts, "5", "--seed", "4", "--preset", "quality"}, dir.path);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out.find("Attempt"), std::string::npos) << r.out;
+  }
 }
 
 TEST(AdvancedPreset, JsonNamesThePreset) {
@@ -146,8 +235,9 @@ TEST(AdvancedPreset, QualityKeepsTheBoundAndFixedVertices) {
 TEST(AdvancedPreset, QualityRepeatsForASeedAndForEveryThreadCount) {
   ScratchDir dir;
   dir.Write("ring.hgr", driver_test::WeightedRingFile(500));
-  for (const bool kway : {false, true}) {
-    std::vector<std::string> base = {"ring.hgr", "6",       "5",     "--seed",   "8",
+  // Four parts: the attempts within communities as well.
+  for (const auto &[kway, nparts] : {std::pair{false, "6"}, {false, "4"}, {true, "6"}}) {
+    std::vector<std::string> base = {"ring.hgr", nparts,    "5",     "--seed",   "8",
                                      "--preset", "quality", "--out", "ring.part"};
     if (kway) base.push_back("--kway");
     const auto a = RunAdvanced(base, dir.path);

@@ -85,7 +85,7 @@ TEST(Preset, ARecordWithoutThePresetGetsTheDefault) {
 TEST(Preset, QualityObjectivesMatchThePartitionAndTheBoundHolds) {
   const TestHypergraph h = RingHypergraph(600, 900, 8, true);
   for (const int method : {HYPRA_RECURSIVE, HYPRA_DIRECT}) {
-    for (const int nparts : {2, 3, 8, 70}) {
+    for (const int nparts : {2, 3, 4, 8, 70}) {
       SCOPED_TRACE(testing::Message() << "method " << method << ", " << nparts << " parts");
       HYPRA_Params params = Quality(method, nparts);
       params.imbalance = 0.05;
@@ -103,7 +103,8 @@ TEST(Preset, QualityObjectivesMatchThePartitionAndTheBoundHolds) {
 TEST(Preset, QualityKeepsFixedVertices) {
   const TestHypergraph h = RingHypergraph(500, 800, 9, true);
   std::vector<int> fixed(h.nvtxs, -1);
-  for (const int nparts : {2, 5}) {
+  // Four parts: every attempt keeps them, also those coarsening within communities.
+  for (const int nparts : {2, 4, 5}) {
     SCOPED_TRACE(nparts);
     for (int v = 0; v < h.nvtxs; v += 37) fixed[v] = v % nparts;
     HYPRA_Params params = Quality(HYPRA_RECURSIVE, nparts);
