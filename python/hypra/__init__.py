@@ -417,7 +417,9 @@ def partition(
       3 for k <= 8 and 2 beyond, as ``hypra-advanced --preset quality`` does.
     - ``preset``: ``"default"`` or ``"quality"``: k-way FM refinement after the recursion (and,
       with the direct method, on every level), then flow-based refinement between adjacent
-      parts after the recursion; lower cuts for a little more time than the direct method.
+      parts after the recursion; lower cuts for a little more time than the direct method. With
+      the recursive method and 3 or 4 parts it partitions three times, twice with a coarsening
+      that keeps within communities of the hypergraph, and keeps the lowest cut.
 
     Returns a :class:`PartitionResult`. Raises InputError for invalid arguments or hypergraphs,
     BalanceError when no partition keeps every part within the bound (its ``parts`` attribute
