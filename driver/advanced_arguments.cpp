@@ -68,14 +68,16 @@ void PrintUsage(FILE *out, const char *program) {
                "mtx-colnet,\n"
                "               .patoh is patoh, anything else hgr)\n");
   std::fprintf(out, " --json FILE : also write the run's figures to FILE as one JSON object\n");
-  std::fprintf(out,
-               " --preset P  : default, or quality: recursive bisection with 2 to 4 runs per "
-               "bisection\n"
-               "               (unless --runs), then k-way refinement with k-way FM; for 3 or 4 "
-               "parts also\n"
-               "               two attempts coarsening within communities, the lowest cut kept; "
-               "with --kway,\n"
-               "               k-way FM on every level of the direct path (default)\n");
+  std::fprintf(
+      out,
+      " --preset P  : default, or quality: recursive bisection with 2 to 4 runs per "
+      "bisection\n"
+      "               (unless --runs), then k-way refinement with k-way FM; for 3 to 8 "
+      "parts the\n"
+      "               recursion also coarsens within communities (twice up to 4 parts), "
+      "the lowest\n"
+      "               cut refined; with --kway, k-way FM on every level of the direct path "
+      "(default)\n");
   std::fprintf(out,
                " --progress  : show a progress line on standard error even when it is not a "
                "terminal\n");

@@ -160,8 +160,8 @@ void PrintHeader(const AdvancedArgs &a, const HypergraphArrays &h, long long bou
   else if (QualityAttempts__(a.nparts) > 1)
     std::snprintf(note, sizeof(note),
                   "Preset: quality: recursive bisection (%d runs each), then k-way refinement "
-                  "with k-way FM; %d attempts, %d of them coarsening within communities, the "
-                  "lowest cut kept",
+                  "with k-way FM; %d attempts at the recursion, %d of them coarsening within "
+                  "communities, the lowest cut refined",
                   a.runs, QualityAttempts__(a.nparts), QualityAttempts__(a.nparts) - 1);
   else
     std::snprintf(note, sizeof(note),

@@ -151,9 +151,9 @@ typedef struct HYPRA_Params {
    refinement after the recursion, for any number of parts, and for two parts also rates the
    coarsening's grouping candidates by shared weight per unit of weight; HYPRA_RECURSIVE also runs
    flow-based refinement on the levels of every bisection's V-cycles and between adjacent parts at
-   the end, and for 3 or 4 parts partitions three times (twice with every bisection's coarsening
-   kept within communities of its hypergraph, found by modularity) and keeps the lowest cut; with
-   dbglvl bit 8 each attempt's cut is printed. These draw nothing at random. With a seed (>= 0) the quality preset repeats its
+   the end; for 3 to 8 parts it also runs the recursion with every bisection's coarsening kept
+   within communities of its hypergraph, found by modularity (twice up to 4 parts), and refines
+   the recursion of lowest cut; with dbglvl bit 8 each attempt's cut is printed. These draw nothing at random. With a seed (>= 0) the quality preset repeats its
    partition on every call, also with HYPRA_DIRECT on one thread, whose inner bisections it seeds
    from that seed rather than from the clock; it is the same for every number of threads. */
 #define HYPRA_PRESET_DEFAULT 0

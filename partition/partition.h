@@ -43,9 +43,9 @@ int RunTrapped__(Body &&body) {
 }
 
 int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part);
-// How many partitions the quality preset makes by recursive bisection for nparts parts before it
-// keeps the one of lowest cut: 3 for 3 or 4 parts (the usual one and two whose coarsening keeps
-// within communities), else 1.
+// How many recursive bisections the quality preset makes for nparts parts before it refines the
+// one of lowest cut: 3 for 3 or 4 parts (the usual one and two whose coarsening keeps within
+// communities), 2 for 5 to 8 parts, else 1.
 int QualityAttempts__(int nparts);
 // Reseeds the sequence that the library's entry points continue on this thread (the two-way
 // refiner draws from it without reseeding).

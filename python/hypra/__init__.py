@@ -418,8 +418,9 @@ def partition(
     - ``preset``: ``"default"`` or ``"quality"``: k-way FM refinement after the recursion (and,
       with the direct method, on every level), then flow-based refinement between adjacent
       parts after the recursion; lower cuts for a little more time than the direct method. With
-      the recursive method and 3 or 4 parts it partitions three times, twice with a coarsening
-      that keeps within communities of the hypergraph, and keeps the lowest cut.
+      the recursive method and 3 to 8 parts the recursion runs again with a coarsening that keeps
+      within communities of the hypergraph (twice up to 4 parts), and the recursion of lowest cut
+      is the one refined.
 
     Returns a :class:`PartitionResult`. Raises InputError for invalid arguments or hypergraphs,
     BalanceError when no partition keeps every part within the bound (its ``parts`` attribute

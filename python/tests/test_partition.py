@@ -105,7 +105,7 @@ def test_clock_seed_is_reported_and_repeats(medium):
     assert np.array_equal(result.parts, again.parts)
 
 
-# Four parts by recursion: three attempts, two coarsening within communities.
+# Four and six parts by recursion: attempts coarsening within communities as well.
 @pytest.mark.parametrize("method,k", [("recursive", 6), ("recursive", 4), ("direct", 6)])
 def test_quality_preset_keeps_the_bound_and_repeats(medium, method, k):
     result = hypra.partition(medium, k, method=method, seed=2, preset="quality")
