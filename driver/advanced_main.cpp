@@ -157,12 +157,13 @@ void PrintHeader(const AdvancedArgs &a, const HypergraphArrays &h, long long bou
   if (a.kway)
     std::snprintf(note, sizeof(note),
                   "Preset: quality: direct k-way partitioning, k-way FM on every level");
-  else if (QualityAttempts__(a.nparts) > 1)
+  else if (QualityAttempts__(a.nparts, a.ctype) > 1)
     std::snprintf(note, sizeof(note),
                   "Preset: quality: recursive bisection (%d runs each), then k-way refinement "
                   "with k-way FM; %d attempts at the recursion, %d of them coarsening within "
                   "communities, the lowest cut refined",
-                  a.runs, QualityAttempts__(a.nparts), QualityAttempts__(a.nparts) - 1);
+                  a.runs, QualityAttempts__(a.nparts, a.ctype),
+                  QualityAttempts__(a.nparts, a.ctype) - 1);
   else
     std::snprintf(note, sizeof(note),
                   "Preset: quality: recursive bisection (%d runs each), then k-way refinement "

@@ -471,7 +471,7 @@ int PartitionWithParams(int nvtxs, int nhedges, const int *vwgts, const int *ept
   if (HasProgress(params)) {
     progress.report = params->progress;
     progress.data = params->progress_data;
-    const long long attempts = setup.quality ? QualityAttempts__(params->nparts) : 1;
+    const long long attempts = setup.quality ? QualityAttempts__(params->nparts, params->ctype) : 1;
     const long long runs = static_cast<long long>(params->runs) *
                            (params->method == HYPRA_DIRECT ? 1 : (params->nparts - 1LL) * attempts);
     progress.total = runs > INT_MAX ? INT_MAX : static_cast<int>(runs);

@@ -375,12 +375,14 @@ void Release(Attempt &a, const HGraph *own, const int *ownpart) {
 
 }  // namespace
 
-int QualityAttempts__(int nparts) {
+int QualityAttempts__(int nparts, int ctype) {
+  // The hyperedge scheme groups whole hyperedges, which may span communities.
+  if (ctype == 4) return 1;
   return 1 + static_cast<int>(CommunityAttempts(nparts).size());
 }
 
 int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
-  const int attempts = ctrl->Quality ? QualityAttempts__(ctrl->Nparts) : 1;
+  const int attempts = ctrl->Quality ? QualityAttempts__(ctrl->Nparts, ctrl->CType) : 1;
   if (attempts == 1) {
     Recursion r = Recurse(ctrl, graph, part);
     return Finish(ctrl, r, graph, part);

@@ -202,12 +202,15 @@ TEST(AdvancedPreset, AttemptsShowTheirCutsAndTheLowestIsRefined) {
   // Both kinds of attempt were kept once: the choice is exercised.
   EXPECT_EQ(winners.size(), 2u);
   dir.Write("ring.hgr", driver_test::WeightedRingFile(600));
-  // Other numbers of parts make one attempt, and say nothing of it.
-  for (const char *nparts : {"2", "9"}) {
-    const auto r =
-        RunAdvanced({"ring.hgr", nparts, "5", "--seed", "4", "--preset", "quality"}, dir.path);
+  // Other numbers of parts make one attempt, and say nothing of it; so does the hyperedge
+  // coarsening scheme, whose groups may span communities.
+  for (const auto &[nparts, ctype] : {std::pair{"2", "1"}, {"9", "1"}, {"4", "4"}}) {
+    const auto r = RunAdvanced(
+        {"ring.hgr", nparts, "5", "--seed", "4", "--preset", "quality", "--ctype", ctype},
+        dir.path);
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out.find("Attempt"), std::string::npos) << r.out;
+    EXPECT_EQ(r.out.find("attempts at the recursion"), std::string::npos) << r.out;
   }
 }
 
