@@ -242,6 +242,26 @@ TEST(ParallelMode, ProgressCountsEveryRunOnceFromAnyThread) {
   }
 }
 
+TEST(ParallelMode, ProgressCountsTheRunsOfEveryAttemptOfTheQualityPreset) {
+  const Hypergraph h = Circuit(2000, 5, false);
+  // Four parts: three recursions of three bisections; six: two of five; nine: one of eight.
+  for (const auto &[nparts, total] : {std::pair{4, 4 * 3 * 3}, {6, 4 * 5 * 2}, {9, 4 * 8}}) {
+    for (int threads : {0, 2}) {
+      SCOPED_TRACE(std::to_string(nparts) + " parts, " + std::to_string(threads) + " threads");
+      HYPRA_Params p = Params(HYPRA_RECURSIVE, nparts, threads);
+      p.preset = HYPRA_PRESET_QUALITY;
+      ProgressSeen seen;
+      p.progress = ProgressSeen::Report;
+      p.progress_data = &seen;
+      Partition(h, p);
+      EXPECT_EQ(seen.totals, std::set<int>{total});
+      std::multiset<int> expected;
+      for (int i = 1; i <= total; i++) expected.insert(i);
+      EXPECT_EQ(seen.done, expected);
+    }
+  }
+}
+
 TEST(ParallelMode, SerialSettingIsTheOptionsVectorRun) {
   const Hypergraph h = Circuit(2000, 11, false);
   HYPRA_Params p = Params(HYPRA_RECURSIVE, 4, 0);
