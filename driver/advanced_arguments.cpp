@@ -76,8 +76,9 @@ void PrintUsage(FILE *out, const char *program) {
       "parts the\n"
       "               recursion also coarsens within communities (twice up to 4 parts), "
       "the lowest\n"
-      "               cut refined; with --kway, k-way FM on every level of the direct path "
-      "(default)\n");
+      "               cuts refined, the best kept; with --kway, k-way FM on every level of the "
+      "direct\n"
+      "               path (default)\n");
   std::fprintf(out,
                " --progress  : show a progress line on standard error even when it is not a "
                "terminal\n");

@@ -161,7 +161,7 @@ void PrintHeader(const AdvancedArgs &a, const HypergraphArrays &h, long long bou
     std::snprintf(note, sizeof(note),
                   "Preset: quality: recursive bisection (%d runs each), then k-way refinement "
                   "with k-way FM; %d attempts at the recursion, %d of them coarsening within "
-                  "communities, the lowest cut refined",
+                  "communities, the lowest cuts refined",
                   a.runs, QualityAttempts__(a.nparts, a.ctype),
                   QualityAttempts__(a.nparts, a.ctype) - 1);
   else

@@ -152,8 +152,9 @@ typedef struct HYPRA_Params {
    coarsening's grouping candidates by shared weight per unit of weight; HYPRA_RECURSIVE also runs
    flow-based refinement on the levels of every bisection's V-cycles and between adjacent parts at
    the end; for 3 to 8 parts it also runs the recursion with every bisection's coarsening kept
-   within communities of its hypergraph, found by modularity (twice up to 4 parts), and refines
-   the recursion of lowest cut; with dbglvl bit 8 each attempt's cut is printed. These draw nothing
+   within communities of its hypergraph, found by modularity (twice up to 4 parts), refines the
+   recursions within 1 % of the lowest cut and keeps the best; with dbglvl bit 8 each attempt's
+   cuts are printed. These draw nothing
    at random. With a seed (>= 0) the quality preset repeats its partition on every call, also with
    HYPRA_DIRECT on one thread, whose inner bisections it seeds from that seed rather than from the
    clock; it is the same for every number of threads. */

@@ -419,8 +419,8 @@ def partition(
       with the direct method, on every level), then flow-based refinement between adjacent
       parts after the recursion; lower cuts for a little more time than the direct method. With
       the recursive method and 3 to 8 parts the recursion runs again with a coarsening that keeps
-      within communities of the hypergraph (twice up to 4 parts), and the recursion of lowest cut
-      is the one refined.
+      within communities of the hypergraph (twice up to 4 parts); the recursions within 1 % of
+      the lowest cut are refined and the best kept.
 
     Returns a :class:`PartitionResult`. Raises InputError for invalid arguments or hypergraphs,
     BalanceError when no partition keeps every part within the bound (its ``parts`` attribute
