@@ -380,32 +380,13 @@ void Release(Attempt &a, const HGraph *own, const int *ownpart) {
   a.graph = nullptr;
 }
 
-}  // namespace
-
-int QualityAttempts__(int nparts, int ctype) {
-  // The hyperedge scheme groups whole hyperedges, which may span communities.
-  if (ctype == 4) return 1;
-  return 1 + static_cast<int>(CommunityAttempts(nparts).size());
-}
-
-int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
-  const int attempts = ctrl->Quality ? QualityAttempts__(ctrl->Nparts, ctrl->CType) : 1;
-  if (attempts == 1) {
-    Recursion r = Recurse(ctrl, graph, part);
-    return Finish(ctrl, r, graph, part);
-  }
-
-  // The attempts with communities run first, each on a copy of the untouched hypergraph and of
-  // the pre-assignment in part; the usual one runs last on graph itself. Each starts from the
-  // same random state. The polish takes a third of an attempt's time, and the order of the
-  // recursions' cuts mostly holds through it, so only the recursions within kCloseRecursions of
-  // the lowest cut are polished; of them the lowest polished cut is kept (the usual attempt's on a
-  // tie).
+// The recursions of the quality preset's attempts: those with communities first, each on a copy
+// of the untouched hypergraph and of the pre-assignment in part, then the usual one on graph
+// itself. Each starts from the same random state, so each is what its setting gives alone.
+void RecurseAttempts(const PartCtrl *ctrl, HGraph *graph, int *part, Attempt *tried, int attempts) {
   const bool trace = ctrl->run->now.dbglvl & DBG_BISECT;
   const RandomState start = ctrl->run->rng;
   const int nvtxs = graph->nvtxs;
-  Attempt tried[kMaxAttempts];
-  int lowest = -1;
   for (int i = 0; i < attempts; i++) {
     const bool usual = i == attempts - 1;
     PartCtrl c = *ctrl;
@@ -424,9 +405,18 @@ int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
                "\nAttempt %d of %d, coarsening within communities (hyperedges of up to %d pins): "
                "recursion cut %d\n",
                i + 1, attempts, c.CommunityPins, a.recursion.cut);
-    if (lowest == -1 || a.recursion.cut < lowest) lowest = a.recursion.cut;
   }
+}
 
+// The polish takes a third of an attempt's time, and the order of the recursions' cuts mostly
+// holds through it: only the recursions within kCloseRecursions of the lowest cut are polished,
+// each from the random state its recursion left, and of them the lowest polished cut is kept (the
+// usual attempt's on a tie). Leaves it in part and returns its cut.
+int RefineClosest(const PartCtrl *ctrl, HGraph *graph, int *part, Attempt *tried, int attempts) {
+  const bool trace = ctrl->run->now.dbglvl & DBG_BISECT;
+  int lowest = tried[0].recursion.cut;
+  for (int i = 1; i < attempts; i++)
+    if (tried[i].recursion.cut < lowest) lowest = tried[i].recursion.cut;
   const double close = lowest + kCloseRecursions * (lowest > 0 ? lowest : 0);
   int kept = -1, cut = 0;
   for (int i = 0; i < attempts; i++) {
@@ -448,9 +438,28 @@ int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
   }
   if (trace) Printf__(ctrl, "Kept attempt %d\n", kept + 1);
   Attempt &best = tried[kept];
-  if (best.part != part) icopy__(nvtxs, best.part, part);
+  if (best.part != part) icopy__(graph->nvtxs, best.part, part);
   Release(best, graph, part);
   return cut;
+}
+
+}  // namespace
+
+int QualityAttempts__(int nparts, int ctype) {
+  // The hyperedge scheme groups whole hyperedges, which may span communities.
+  if (ctype == 4) return 1;
+  return 1 + static_cast<int>(CommunityAttempts(nparts).size());
+}
+
+int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part) {
+  const int attempts = ctrl->Quality ? QualityAttempts__(ctrl->Nparts, ctrl->CType) : 1;
+  if (attempts == 1) {
+    Recursion r = Recurse(ctrl, graph, part);
+    return Finish(ctrl, r, graph, part);
+  }
+  Attempt tried[kMaxAttempts];
+  RecurseAttempts(ctrl, graph, part, tried, attempts);
+  return RefineClosest(ctrl, graph, part, tried, attempts);
 }
 
 }  // namespace hypra
