@@ -128,8 +128,11 @@ int StarCandidate(const PartCtrl *ctrl, int v, const Incidence &g, const int *ce
 auto AllNets() {
   return [](int) { return true; };
 }
+auto NoExtra() {
+  return [](int) { return true; };
+}
 auto SameCommunity(const int *community, int v) {
-  return [=](int u) { return community == nullptr || community[u] == community[v]; };
+  return [=](int u) { return community[u] == community[v]; };
 }
 
 // The restricted routines look only at hyperedges of 1 to MaxNetSize pins.
@@ -150,6 +153,9 @@ int FindCell__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind
                const int *netind, const int *cellwgt, const float *edgewgt, const int *cellmap,
                int *htable, const int *community) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
+  // Without communities the scan's innermost test stays as it was.
+  if (community == nullptr)
+    return PairCandidate(ctrl, v, g, cellmap, htable, FreeList(ctrl), AllNets(), NoExtra());
   return PairCandidate(ctrl, v, g, cellmap, htable, FreeList(ctrl), AllNets(),
                        SameCommunity(community, v));
 }
@@ -158,6 +164,8 @@ int FindCellStar__(const PartCtrl *ctrl, int v, const int *incptr, const int *in
                    const int *netptr, const int *netind, const int *cellwgt, const float *edgewgt,
                    const int *cellmap, int *htable, const int *gwgts, const int *community) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
+  if (community == nullptr)
+    return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, FreeList(ctrl), AllNets(), NoExtra());
   return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, FreeList(ctrl), AllNets(),
                        SameCommunity(community, v));
 }

@@ -31,22 +31,16 @@ struct WeightedGraph {
 };
 
 // Neighbours of a hypergraph vertex in the clique expansion. A neighbour met through several
-// hyperedges is visited once per hyperedge.
-// The hypergraph's hyperedges of each vertex are listed here: the levels of a recursion are
-// handed on without them.
+// hyperedges is visited once per hyperedge. The view lists each vertex's hyperedges itself: the
+// levels of a recursion are handed on without those lists.
 struct CliqueView {
   const HGraph *graph;
   int maxpins;
   std::vector<int> incptr, incind;
 
-  CliqueView(const HGraph *g, int limit) : graph(g), maxpins(limit), incptr(g->nvtxs + 1, 0) {
-    const int *netptr = g->netptr, *netind = g->netind;
-    for (int t = 0; t < netptr[g->nhedges]; t++) incptr[netind[t] + 1]++;
-    for (int v = 0; v < g->nvtxs; v++) incptr[v + 1] += incptr[v];
-    incind.resize(incptr[g->nvtxs]);
-    std::vector<int> fill(incptr.begin(), incptr.end() - 1);
-    for (int e = 0; e < g->nhedges; e++)
-      for (int t = netptr[e]; t < netptr[e + 1]; t++) incind[fill[netind[t]]++] = e;
+  CliqueView(const HGraph *g, int limit)
+      : graph(g), maxpins(limit), incptr(g->nvtxs + 1), incind(g->netptr[g->nhedges]) {
+    BuildIncidence__(g->nvtxs, g->nhedges, g->netptr, g->netind, incptr.data(), incind.data());
   }
   int n() const { return graph->nvtxs; }
   double Inside(int) const { return 0; }

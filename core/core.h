@@ -258,6 +258,10 @@ void FreeHGraph__(HGraph *graph);
 void ReleaseAllButPartition__(HGraph *graph);
 void FreeRootHGraph__(HGraph *graph);
 void CreateIncidentHGraph__(HGraph *graph);
+// The vertex-to-hyperedge lists alone: incptr (nvtxs + 1 offsets) and incind (one entry per pin,
+// each vertex's hyperedges in increasing order), into the caller's arrays.
+void BuildIncidence__(int nvtxs, int nhedges, const int *netptr, const int *netind, int *incptr,
+                      int *incind);
 // A run of its own on a root hypergraph: a copy of everything a run may rewrite in place (the
 // pins, the incidence, the weights), and nothing of any earlier run. Released by FreeHGraph__.
 HGraph *CopyRunGraph__(const HGraph *graph);

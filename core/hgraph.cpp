@@ -62,15 +62,9 @@ void FreeRootHGraph__(HGraph *graph) {
            &graph->community);
 }
 
-void CreateIncidentHGraph__(HGraph *graph) {
-  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
-  const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
-
-  int *incptr = ismalloc__(nvtxs + 1, 0, "CreateIncidentHGraph: incptr");
-  int *incind = imalloc__(netptr[nhedges], "CreateIncidentHGraph: graph->incind");
-  int *adjwgt = imalloc__(nvtxs, "CreateIncidentHGraph: adjwgt");
-  float *edgewgt = fmalloc__(nhedges, "CreateIncidentHGraph: graph->edgewgt");
-
+void BuildIncidence__(int nvtxs, int nhedges, const int *netptr, const int *netind, int *incptr,
+                      int *incind) {
+  for (int v = 0; v <= nvtxs; v++) incptr[v] = 0;
   // Counts land one slot ahead so that after the fill pass, which advances each start offset,
   // incptr[v] is v's start again without a second shift.
   for (int e = 0; e < nhedges; e++)
@@ -80,6 +74,17 @@ void CreateIncidentHGraph__(HGraph *graph) {
     for (int j = netptr[e]; j < netptr[e + 1]; j++) incind[incptr[netind[j]]++] = e;
   for (int v = nvtxs; v > 0; v--) incptr[v] = incptr[v - 1];
   incptr[0] = 0;
+}
+
+void CreateIncidentHGraph__(HGraph *graph) {
+  const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
+  const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
+
+  int *incptr = ismalloc__(nvtxs + 1, 0, "CreateIncidentHGraph: incptr");
+  int *incind = imalloc__(netptr[nhedges], "CreateIncidentHGraph: graph->incind");
+  int *adjwgt = imalloc__(nvtxs, "CreateIncidentHGraph: adjwgt");
+  float *edgewgt = fmalloc__(nhedges, "CreateIncidentHGraph: graph->edgewgt");
+  BuildIncidence__(nvtxs, nhedges, netptr, netind, incptr, incind);
 
   for (int v = 0; v < nvtxs; v++) {
     int sum = 0;

@@ -154,16 +154,16 @@ void PrintHeader(const AdvancedArgs &a, const HypergraphArrays &h, long long bou
   const int mode = UsesDirectPath(a) ? 2 : 1;
   // The quality preset names the method it used.
   char note[256];
+  const int attempts = QualityAttempts__(a.nparts, a.ctype);
   if (a.kway)
     std::snprintf(note, sizeof(note),
                   "Preset: quality: direct k-way partitioning, k-way FM on every level");
-  else if (QualityAttempts__(a.nparts, a.ctype) > 1)
+  else if (attempts > 1)
     std::snprintf(note, sizeof(note),
                   "Preset: quality: recursive bisection (%d runs each), then k-way refinement "
                   "with k-way FM; %d attempts at the recursion, %d of them coarsening within "
                   "communities, the lowest cuts refined",
-                  a.runs, QualityAttempts__(a.nparts, a.ctype),
-                  QualityAttempts__(a.nparts, a.ctype) - 1);
+                  a.runs, attempts, attempts - 1);
   else
     std::snprintf(note, sizeof(note),
                   "Preset: quality: recursive bisection (%d runs each), then k-way refinement "

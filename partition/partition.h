@@ -43,10 +43,10 @@ int RunTrapped__(Body &&body) {
 }
 
 int MultilevelPartition__(const PartCtrl *ctrl, HGraph *graph, int *part);
-// How many recursive bisections the quality preset makes for nparts parts before it refines the
-// one of lowest cut: 3 for 3 or 4 parts (the usual one and two whose coarsening keeps within
-// communities), 2 for 5 to 8 parts, else 1; 1 with the hyperedge coarsening scheme (ctype 4),
-// whose groups of whole hyperedges may span communities.
+// How many recursive bisections the quality preset makes for nparts parts before it refines those
+// of lowest cut and keeps the best: 3 for 3 or 4 parts (the usual one and two whose coarsening
+// keeps within communities), 2 for 5 to 8 parts, else 1; 1 with the hyperedge coarsening scheme
+// (ctype 4), whose groups of whole hyperedges may span communities.
 int QualityAttempts__(int nparts, int ctype);
 // Reseeds the sequence that the library's entry points continue on this thread (the two-way
 // refiner draws from it without reseeding).
