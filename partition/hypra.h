@@ -154,10 +154,9 @@ typedef struct HYPRA_Params {
    the end; for 3 to 8 parts it also runs the recursion with every bisection's coarsening kept
    within communities of its hypergraph, found by modularity (twice up to 4 parts), refines the
    recursions within 1 % of the lowest cut and keeps the best; with dbglvl bit 8 each attempt's
-   cuts are printed. These draw nothing
-   at random. With a seed (>= 0) the quality preset repeats its partition on every call, also with
-   HYPRA_DIRECT on one thread, whose inner bisections it seeds from that seed rather than from the
-   clock; it is the same for every number of threads. */
+   cuts are printed. These draw nothing at random. With a seed (>= 0) the quality preset repeats
+   its partition on every call, also with HYPRA_DIRECT on one thread, whose inner bisections it
+   seeds from that seed rather than from the clock; it is the same for every number of threads. */
 #define HYPRA_PRESET_DEFAULT 0
 #define HYPRA_PRESET_QUALITY 1
 

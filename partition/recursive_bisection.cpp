@@ -397,14 +397,13 @@ void RecurseAttempts(const PartCtrl *ctrl, HGraph *graph, int *part, Attempt *tr
     ctrl->run->rng = start;
     a.recursion = Recurse(&c, a.graph, a.part);
     a.after = ctrl->run->rng;
-    if (trace && usual)
-      Printf__(ctrl, "\nAttempt %d of %d, usual coarsening: recursion cut %d\n", i + 1, attempts,
-               a.recursion.cut);
-    else if (trace)
-      Printf__(ctrl,
-               "\nAttempt %d of %d, coarsening within communities (hyperedges of up to %d pins): "
-               "recursion cut %d\n",
-               i + 1, attempts, c.CommunityPins, a.recursion.cut);
+    if (!trace) continue;
+    char how[80] = "usual coarsening";
+    if (!usual)
+      std::snprintf(how, sizeof(how), "coarsening within communities (hyperedges of up to %d pins)",
+                    c.CommunityPins);
+    Printf__(ctrl, "\nAttempt %d of %d, %s: recursion cut %d\n", i + 1, attempts, how,
+             a.recursion.cut);
   }
 }
 
