@@ -125,10 +125,8 @@ int StarCandidate(const PartCtrl *ctrl, int v, const Incidence &g, const int *ce
   return best == -1 ? -1 : s.cand[best];
 }
 
-auto AllNets() {
-  return [](int) { return true; };
-}
-auto NoExtra() {
+// Lets every hyperedge (as a hyperedge filter) or every candidate (as an extra test) through.
+auto Always() {
   return [](int) { return true; };
 }
 auto SameCommunity(const int *community, int v) {
@@ -155,8 +153,8 @@ int FindCell__(const PartCtrl *ctrl, int v, const int *incptr, const int *incind
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
   // Without communities the scan's innermost test stays as it was.
   if (community == nullptr)
-    return PairCandidate(ctrl, v, g, cellmap, htable, FreeList(ctrl), AllNets(), NoExtra());
-  return PairCandidate(ctrl, v, g, cellmap, htable, FreeList(ctrl), AllNets(),
+    return PairCandidate(ctrl, v, g, cellmap, htable, FreeList(ctrl), Always(), Always());
+  return PairCandidate(ctrl, v, g, cellmap, htable, FreeList(ctrl), Always(),
                        SameCommunity(community, v));
 }
 
@@ -165,8 +163,8 @@ int FindCellStar__(const PartCtrl *ctrl, int v, const int *incptr, const int *in
                    const int *cellmap, int *htable, const int *gwgts, const int *community) {
   const Incidence g{incptr, incind, netptr, netind, cellwgt, edgewgt};
   if (community == nullptr)
-    return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, FreeList(ctrl), AllNets(), NoExtra());
-  return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, FreeList(ctrl), AllNets(),
+    return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, FreeList(ctrl), Always(), Always());
+  return StarCandidate(ctrl, v, g, cellmap, htable, gwgts, FreeList(ctrl), Always(),
                        SameCommunity(community, v));
 }
 

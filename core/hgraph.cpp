@@ -80,7 +80,7 @@ void CreateIncidentHGraph__(HGraph *graph) {
   const int nvtxs = graph->nvtxs, nhedges = graph->nhedges;
   const int *netptr = graph->netptr, *netind = graph->netind, *netwgt = graph->netwgt;
 
-  int *incptr = ismalloc__(nvtxs + 1, 0, "CreateIncidentHGraph: incptr");
+  int *incptr = imalloc__(nvtxs + 1, "CreateIncidentHGraph: incptr");
   int *incind = imalloc__(netptr[nhedges], "CreateIncidentHGraph: graph->incind");
   int *adjwgt = imalloc__(nvtxs, "CreateIncidentHGraph: adjwgt");
   float *edgewgt = fmalloc__(nhedges, "CreateIncidentHGraph: graph->edgewgt");
