@@ -1,6 +1,7 @@
 // Output files that are complete or absent: regular files go through a temporary file in the
 // target's folder and a rename, devices and FIFOs are written in place, symbolic links are
 // followed to the file they name.
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -105,6 +106,25 @@ int CreateTemp(const char *target, char *tmppath, int size, mode_t mode) {
   return fd;
 }
 
+// Creates the temporary file for target and registers it for removal, with SIGINT, SIGTERM and
+// SIGHUP held off in between: a signal that came after the file existed but before it was
+// registered would end the run and leave the file behind. A signal that arrives meanwhile is
+// delivered when the mask is restored, and then finds the file registered. The output is written
+// by the thread that started the run, after its workers have ended, so holding the signals on
+// this thread is enough. Returns the descriptor or -1 (errno set, nothing registered).
+int CreatePendingTemp(const char *target, char *tmppath, int size, mode_t mode) {
+  sigset_t held, old;
+  sigemptyset(&held);
+  for (int sig : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&held, sig);
+  pthread_sigmask(SIG_BLOCK, &held, &old);
+  const int fd = CreateTemp(target, tmppath, size, mode);
+  const int saved = errno;
+  if (fd >= 0) SetPending(tmppath);
+  pthread_sigmask(SIG_SETMASK, &old, nullptr);
+  errno = saved;
+  return fd;
+}
+
 }  // namespace
 
 int ResolveOutputTarget(const char *path, char *target, int size) {
@@ -157,9 +177,8 @@ void OpenOutputFile(const char *path, const char *msg, int failure_status, Outpu
 
   InstallHandlers();
   const mode_t mode = exists ? (st.st_mode & 07777) : NewFileMode();
-  const int fd = CreateTemp(out->target, out->tmppath, sizeof(out->tmppath), mode);
+  const int fd = CreatePendingTemp(out->target, out->tmppath, sizeof(out->tmppath), mode);
   if (fd < 0) Fail(msg, failure_status);
-  SetPending(out->tmppath);
   out->fp = fdopen(fd, "w");
   if (out->fp == nullptr) {
     const int saved = errno;
@@ -213,9 +232,8 @@ int CheckOutputTarget(const char *path) {
   if (exists && access(target, W_OK) != 0) return errno;
   InstallHandlers();
   char tmppath[4160];
-  const int fd = CreateTemp(target, tmppath, sizeof(tmppath), 0600);
+  const int fd = CreatePendingTemp(target, tmppath, sizeof(tmppath), 0600);
   if (fd < 0) return errno;
-  SetPending(tmppath);
   close(fd);
   unlink(tmppath);
   pending = 0;
